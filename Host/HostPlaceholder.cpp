@@ -1,0 +1,1 @@
+// Host sources are added here.

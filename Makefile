@@ -1,0 +1,33 @@
+# Convenience wrapper around CMake. `make test` sets up, builds and runs every
+# test; `make demo` builds the tool and runs its demo.
+BUILD_DIR ?= build
+BUILD_TYPE ?= Release
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+.PHONY: all deps configure build test demo asan clean
+
+all: build
+
+deps:
+	@bash scripts/install-deps.sh
+
+configure: deps
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD_DIR) -j $(JOBS)
+
+test: build
+	@ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
+
+demo: build
+	@$(BUILD_DIR)/Tools/dataprocess/dataprocess demo --out out
+
+# The sanitizer build CI runs: AddressSanitizer + UndefinedBehaviorSanitizer.
+asan: deps
+	@cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_SANITIZE=ON -DDP_BUILD_TOOLS=ON >/dev/null
+	@cmake --build build-asan -j $(JOBS)
+	@ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build-asan --output-on-failure -j $(JOBS)
+
+clean:
+	@rm -rf $(BUILD_DIR) build-asan

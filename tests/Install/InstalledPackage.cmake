@@ -1,0 +1,53 @@
+# Installs the build into a scratch prefix and builds an outside program
+# against it twice: with pkg-config and with find_package(DataProcess).
+# Arguments: BUILD_DIR, SOURCE_DIR, WORK_DIR.
+file(REMOVE_RECURSE ${WORK_DIR})
+set(prefix ${WORK_DIR}/prefix)
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix}
+                RESULT_VARIABLE rc OUTPUT_QUIET)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "install failed")
+endif()
+foreach(f include/DataProcess/DataProcess.h lib/libDataProcess.so lib/pkgconfig/dataprocess.pc
+          lib/cmake/DataProcess/DataProcessConfig.cmake)
+  if(NOT EXISTS ${prefix}/${f})
+    message(FATAL_ERROR "missing from the installed package: ${f}")
+  endif()
+endforeach()
+
+set(outside ${SOURCE_DIR}/examples/outside)
+
+# 1. pkg-config
+execute_process(COMMAND pkg-config --cflags --libs dataprocess
+                OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE rc
+                ENV_MODIFICATION PKG_CONFIG_PATH=set:${prefix}/lib/pkgconfig)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "pkg-config does not find dataprocess")
+endif()
+separate_arguments(flags UNIX_COMMAND "${flags}")
+execute_process(COMMAND c++ -std=c++17 -Wall -Wextra -Werror ${outside}/main.cpp ${SOURCE_DIR}/Host/SyntheticVideoSource.cpp
+                        -I${SOURCE_DIR}/Host ${flags} -Wl,-rpath,${prefix}/lib -o ${WORK_DIR}/outside-pc
+                RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "the outside program does not build with pkg-config")
+endif()
+execute_process(COMMAND ${WORK_DIR}/outside-pc RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "the outside program (pkg-config build) failed: ${rc}")
+endif()
+
+# 2. find_package
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${outside} -B ${WORK_DIR}/cmake-build -DCMAKE_PREFIX_PATH=${prefix}
+                        -DDP_HOST_DIR=${SOURCE_DIR}/Host
+                RESULT_VARIABLE rc OUTPUT_QUIET)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "find_package(DataProcess) failed")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-build RESULT_VARIABLE rc OUTPUT_QUIET)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "the outside program does not build with CMake")
+endif()
+execute_process(COMMAND ${WORK_DIR}/cmake-build/outside RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "the outside program (CMake build) failed: ${rc}")
+endif()
