@@ -13,6 +13,8 @@
 #include <cstdint>
 #include <vector>
 
+#include <DataProcess/MediaTypes.h>
+
 #include <DataProcess/Decoder.h>
 
 struct SyntheticVideoConfig {
@@ -28,6 +30,7 @@ struct SyntheticVideoConfig {
     int64_t jitter = 0;        // time stamps move by up to +-jitter (100 ns), deterministic
     std::vector<int> dropped;  // frame numbers the decoder never delivers
     bool nullAfterEnd = false; // a Forward past the last frame leaves no current frame
+    int pitchPadding = 0;      // extra bytes per row beyond the width (luma and chroma)
     uint32_t seed = 1;         // jitter sequence
 };
 
@@ -71,7 +74,8 @@ private:
 
     SyntheticVideoConfig m_cfg;
     VideoStreamInfo m_stream{};
-    MEDIA_FRAME* m_frame = nullptr;
+    MEDIA_FRAME m_frame{};
+    std::vector<unsigned char> m_planes;
     int m_current = -1;
     int m_rendered = -1;
     int m_forwardCalls = 0;

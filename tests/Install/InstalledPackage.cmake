@@ -18,9 +18,9 @@ endforeach()
 set(outside ${SOURCE_DIR}/examples/outside)
 
 # 1. pkg-config
-execute_process(COMMAND pkg-config --cflags --libs dataprocess
-                OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE rc
-                ENV_MODIFICATION PKG_CONFIG_PATH=set:${prefix}/lib/pkgconfig)
+execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/lib/pkgconfig
+                        pkg-config --cflags --libs dataprocess
+                OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "pkg-config does not find dataprocess")
 endif()

@@ -1,1 +1,0 @@
-// Host sources are added here.
