@@ -20,5 +20,6 @@
 #include "VideoStages.h"
 #include "AudioStages.h"
 #include "StillImages.h"
+#include "DataProcessC.h"
 
 #endif // DATAPROCESS_DATAPROCESS_H
