@@ -2,4 +2,8 @@
 #ifndef DATAPROCESS_VIDEOSTAGES_H
 #define DATAPROCESS_VIDEOSTAGES_H
 
+#include "ResizeTypes.h"
+#include "ResizeGeometry.h"
+#include "VideoEvenProcess.h"
+
 #endif // DATAPROCESS_VIDEOSTAGES_H

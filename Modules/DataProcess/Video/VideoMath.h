@@ -1,0 +1,51 @@
+// Conversions of the video stages from double to integer.
+//
+// The stages round with trunc(x + 0.5) and truncate elsewhere, exactly as the
+// arithmetic of each step says. A value outside the target range (a host's
+// absurd size, rate or time) has no defined conversion in C++; it saturates
+// here instead, which changes nothing for values that fit.
+#ifndef DATAPROCESS_VIDEOMATH_H
+#define DATAPROCESS_VIDEOMATH_H
+
+#include <cstdint>
+#include <limits>
+
+namespace dpvideo {
+
+// Truncation toward zero into int32; NaN gives 0, out-of-range saturates.
+inline int32_t TruncToInt(double v)
+{
+    if (!(v == v))
+        return 0;
+    if (v >= 2147483647.0)
+        return std::numeric_limits<int32_t>::max();
+    if (v <= -2147483648.0)
+        return std::numeric_limits<int32_t>::min();
+    return static_cast<int32_t>(v);
+}
+
+// Truncation toward zero into int64; NaN gives 0, out-of-range saturates.
+inline int64_t TruncToInt64(double v)
+{
+    if (!(v == v))
+        return 0;
+    if (v >= 9223372036854775807.0)
+        return std::numeric_limits<int64_t>::max();
+    if (v <= -9223372036854775808.0)
+        return std::numeric_limits<int64_t>::min();
+    return static_cast<int64_t>(v);
+}
+
+// A 64-bit intermediate brought back to int32 (saturating).
+inline int32_t ClampToInt(int64_t v)
+{
+    if (v > std::numeric_limits<int32_t>::max())
+        return std::numeric_limits<int32_t>::max();
+    if (v < std::numeric_limits<int32_t>::min())
+        return std::numeric_limits<int32_t>::min();
+    return static_cast<int32_t>(v);
+}
+
+} // namespace dpvideo
+
+#endif // DATAPROCESS_VIDEOMATH_H
