@@ -2,4 +2,11 @@
 #ifndef DATAPROCESS_IMAGEPRIMITIVES_H
 #define DATAPROCESS_IMAGEPRIMITIVES_H
 
+// Colour conversion, adjustments and filters.
+#include "ImageConvert.h"
+#include "ImageAdjust.h"
+#include "ImageFlip.h"
+#include "ImageDeinterlace.h"
+#include "ImageFilter.h"
+
 #endif // DATAPROCESS_IMAGEPRIMITIVES_H

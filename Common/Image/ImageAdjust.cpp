@@ -1,0 +1,128 @@
+#include "ImageAdjust.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+inline uint8_t Clamp(int v, int lo, int hi) { return static_cast<uint8_t>(v < lo ? lo : (v > hi ? hi : v)); }
+
+inline int ClampSetting(int n) { return n < -100 ? -100 : (n > 100 ? 100 : n); }
+
+// A family of 256-entry maps, one per setting index. Entry [v][i] of a
+// table is stored at map[i][v], so that one setting is one contiguous map.
+// Built in place (in static storage), not on the stack: the largest family
+// is 150 KiB.
+template <int N>
+struct LutFamily {
+    template <typename Entry>
+    explicit LutFamily(Entry entry)
+    {
+        for (int i = 0; i < N; ++i)
+            for (int v = 0; v < 256; ++v)
+                map[i][v] = entry(v, i);
+    }
+    uint8_t map[N][256];
+};
+
+// v = map[v] over `rows` rows of `width` samples, `pitch` bytes apart.
+void ApplyLut(uint8_t* plane, int pitch, int width, int rows, const uint8_t* map)
+{
+    for (int r = 0; r < rows; ++r) {
+        uint8_t* row = plane + static_cast<ptrdiff_t>(r) * pitch;
+        for (int x = 0; x < width; ++x)
+            row[x] = map[row[x]];
+    }
+}
+
+// The tables are function-local statics: built on first use, once per
+// process, and safe to reach from several threads at once.
+
+// Brightness: clamp(v + (i - 100), 16, 235).
+const LutFamily<201>& BrightnessTable()
+{
+    static const LutFamily<201> table([](int v, int i) { return Clamp(v + (i - 100), 16, 235); });
+    return table;
+}
+
+// Contrast: clamp((v - 128) * (i - 100) / 100 + v, 16, hi), the division
+// truncating toward zero; hi 235 for luma, 240 for chroma.
+template <int Hi>
+const LutFamily<201>& ContrastTable()
+{
+    static const LutFamily<201> table([](int v, int i) { return Clamp((v - 128) * (i - 100) / 100 + v, 16, Hi); });
+    return table;
+}
+
+// Saturation: clamp((v - 128) * (i - 300) / 100 + v, 16, 240).
+const LutFamily<601>& SaturationTable()
+{
+    static const LutFamily<601> table([](int v, int i) { return Clamp((v - 128) * (i - 300) / 100 + v, 16, 240); });
+    return table;
+}
+
+bool Usable(const unsigned char* p, int width, int height) { return p && width > 0 && height > 0; }
+
+} // namespace
+
+void AdjustBrightness(unsigned char* pY, unsigned char*, unsigned char*, int nPitchY, int, int, int nWidth,
+                      int nHeight, int nBrightness)
+{
+    if (!Usable(pY, nWidth, nHeight))
+        return;
+    ApplyLut(pY, nPitchY, nWidth, nHeight, BrightnessTable().map[ClampSetting(nBrightness) + 100]);
+}
+
+void AdjustContrast(unsigned char* pY, unsigned char* pU, unsigned char* pV, int nPitchY, int nPitchU, int,
+                    int nWidth, int nHeight, int nContrast)
+{
+    const int index = ClampSetting(nContrast) + 100;
+    if (Usable(pY, nWidth, nHeight))
+        ApplyLut(pY, nPitchY, nWidth, nHeight, ContrastTable<235>().map[index]);
+    const int cw = (nWidth + 1) / 2;
+    const int ch = (nHeight + 1) / 2;
+    const uint8_t* map = ContrastTable<240>().map[index];
+    // Kept deliberately: V is walked with the U pitch, as U is.
+    if (Usable(pU, cw, ch))
+        ApplyLut(pU, nPitchU, cw, ch, map);
+    if (Usable(pV, cw, ch))
+        ApplyLut(pV, nPitchU, cw, ch, map);
+}
+
+void AdjustSaturation(unsigned char*, unsigned char* pU, unsigned char* pV, int, int nPitchU, int, int nWidth,
+                      int nHeight, int nSaturation)
+{
+    const int n = ClampSetting(nSaturation);
+    // +100 must reach a factor of 4 (index 600) while -100 reaches 0 (index
+    // 200): positive settings count three times.
+    const int index = n > 0 ? 300 + 3 * n : 300 + n;
+    const int cw = (nWidth + 1) / 2;
+    const int ch = (nHeight + 1) / 2;
+    const uint8_t* map = SaturationTable().map[index];
+    // Kept deliberately: V is walked with the U pitch, as U is.
+    if (Usable(pU, cw, ch))
+        ApplyLut(pU, nPitchU, cw, ch, map);
+    if (Usable(pV, cw, ch))
+        ApplyLut(pV, nPitchU, cw, ch, map);
+}
+
+void AdjustImage(unsigned char* pY, unsigned char* pU, unsigned char* pV, int nPitchY, int nPitchU, int nPitchV,
+                 int nWidth, int nHeight, int nBrightness, int nContrast, int nSaturation)
+{
+    if (nBrightness)
+        AdjustBrightness(pY, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nBrightness);
+    if (nContrast)
+        AdjustContrast(pY, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nContrast);
+    if (nSaturation)
+        AdjustSaturation(pY, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nSaturation);
+}
+
+void AdjustImage(MEDIA_FRAME* pFrame, int nBrightness, int nContrast, int nSaturation)
+{
+    if (!pFrame)
+        return;
+    const int w = pFrame->nWidth;
+    const int cw = (w + 1) / 2;
+    AdjustImage(pFrame->pY, pFrame->pU, pFrame->pV, w, cw, cw, w, pFrame->nHeight, nBrightness, nContrast,
+                nSaturation);
+}
