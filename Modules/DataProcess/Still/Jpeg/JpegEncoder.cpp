@@ -1,0 +1,139 @@
+#include "JpegEncoder.h"
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <cstdlib>
+#include <mutex>
+#include <string>
+
+#include "Bmp2Jpeg.h"
+#include "Bmp2JpegGlobals.h"
+#include "JpegBitmap.h"
+#include "JpegDct.h"
+
+uint16_t width = 0;
+uint16_t height = 0;
+FILE* fp_jpeg_stream = nullptr;
+unsigned char* RGB_buffer = nullptr;
+
+namespace bmp2jpeg {
+
+void exitmessage(const char* text)
+{
+    std::puts(text);
+}
+
+void init_Huffman_tables(EncoderState& s)
+{
+    compute_Huffman_table(s.DHTinfo.YDC_nrcodes, s.DHTinfo.YDC_values, s.YDC_HT);
+    compute_Huffman_table(s.DHTinfo.YAC_nrcodes, s.DHTinfo.YAC_values, s.YAC_HT);
+    compute_Huffman_table(s.DHTinfo.CbDC_nrcodes, s.DHTinfo.CbDC_values, s.CbDC_HT);
+    compute_Huffman_table(s.DHTinfo.CbAC_nrcodes, s.DHTinfo.CbAC_values, s.CbAC_HT);
+}
+
+bool init_all(EncoderState& s)
+{
+    set_DQTinfo(s.DQTinfo);
+    set_DHTinfo(s.DHTinfo);
+    init_Huffman_tables(s);
+    if (!set_numbers_category_and_bitcode(s.tables)) {
+        // The message is kept; going on without the tables would read
+        // through null pointers, so the conversion stops here instead.
+        exitmessage("Not enough memory.");
+        return false;
+    }
+    s.ycc = &precalculate_YCbCr_tables();
+    prepare_quant_tables(s.DQTinfo.Ytable, s.fdtbl_Y);
+    prepare_quant_tables(s.DQTinfo.Cbtable, s.fdtbl_Cb);
+    return true;
+}
+
+void process_DU(EncoderState& s, const int8_t* ComponentDU, const float* fdtbl, int16_t* DC, const bitstring* HTDC,
+                const bitstring* HTAC)
+{
+    fdct_and_quantization(ComponentDU, fdtbl, s.DU);
+    write_DU_codes(s.bw, s.DU, DC, HTDC, HTAC, s.tables);
+}
+
+void main_encoder(EncoderState& s, const unsigned char* rgb, size_t padded_width, size_t picture_height)
+{
+    int16_t DCY = 0;
+    int16_t DCCb = 0;
+    int16_t DCCr = 0;
+    for (size_t ypos = 0; ypos < picture_height; ypos += 8) {
+        for (size_t xpos = 0; xpos < padded_width; xpos += 8) {
+            load_data_units_from_RGB_buffer(*s.ycc, rgb, padded_width, xpos, ypos, s.YDU, s.CbDU, s.CrDU);
+            process_DU(s, s.YDU, s.fdtbl_Y, &DCY, s.YDC_HT, s.YAC_HT);
+            process_DU(s, s.CbDU, s.fdtbl_Cb, &DCCb, s.CbDC_HT, s.CbAC_HT);
+            process_DU(s, s.CrDU, s.fdtbl_Cb, &DCCr, s.CbDC_HT, s.CbAC_HT);
+        }
+    }
+}
+
+FILE* open_jpeg_output(const char* path)
+{
+    FILE* fp = std::fopen(path, "wb");
+    if (fp)
+        return fp;
+    // Like the command "mkdir <folder>": one level, no parents. A path
+    // without a folder part has nothing to create.
+    std::string folder(path);
+    const size_t slash = folder.rfind('/');
+    if (slash == std::string::npos || slash == 0)
+        return nullptr;
+    folder.resize(slash);
+    ::mkdir(folder.c_str(), 0777);
+    return std::fopen(path, "wb");
+}
+
+namespace {
+
+// One conversion at a time: the exported globals belong to the conversion
+// that holds this lock.
+std::mutex g_conversion;
+
+} // namespace
+
+} // namespace bmp2jpeg
+
+void BMP2JPEG(const char* pszBmpPath, const char* pszJpegPath)
+{
+    using namespace bmp2jpeg;
+    if (!pszBmpPath || !pszJpegPath)
+        return;
+    std::lock_guard<std::mutex> lock(g_conversion);
+
+    LoadedBitmap picture;
+    if (!load_bitmap(pszBmpPath, &picture))
+        return;
+    RGB_buffer = picture.rgb;
+    width = static_cast<uint16_t>(picture.padded_width); // 65536 wraps to 0; the encoder uses its own size_t
+    height = picture.image_height;
+
+    fp_jpeg_stream = open_jpeg_output(pszJpegPath);
+    if (fp_jpeg_stream) {
+        EncoderState state;
+        EncoderState* s = &state;
+        if (init_all(state)) {
+            s->SOF0info.height = picture.image_height;
+            s->SOF0info.width = picture.image_width;
+            write_SOI(fp_jpeg_stream);
+            write_APP0info(fp_jpeg_stream, s->APP0info);
+            write_DQTinfo(fp_jpeg_stream, s->DQTinfo);
+            write_SOF0info(fp_jpeg_stream, s->SOF0info);
+            write_DHTinfo(fp_jpeg_stream, s->DHTinfo);
+            write_SOSinfo(fp_jpeg_stream, s->SOSinfo);
+
+            s->bw.fp = fp_jpeg_stream;
+            main_encoder(state, RGB_buffer, picture.padded_width, picture.image_height);
+            pad_with_ones(s->bw);
+            write_EOI(fp_jpeg_stream);
+            s->tables.release();
+        }
+        std::fclose(fp_jpeg_stream);
+        fp_jpeg_stream = nullptr;
+    }
+    std::free(RGB_buffer);
+    RGB_buffer = nullptr;
+}

@@ -1,0 +1,72 @@
+// Entropy coding of the baseline JPEG encoder: the bit writer with byte
+// stuffing, the Huffman code tables, the category and extra-bit tables and
+// the Huffman coding of one quantised block.
+#ifndef DATAPROCESS_JPEG_JPEGENTROPY_H
+#define DATAPROCESS_JPEG_JPEGENTROPY_H
+
+#include <cstdint>
+#include <cstdio>
+
+#include "JpegTables.h"
+
+namespace bmp2jpeg {
+
+// Bit writer state: the byte being filled and the position (7 = most
+// significant bit) where its next bit goes.
+struct BitWriter {
+    FILE* fp = nullptr;
+    uint8_t bytenew = 0;
+    int bytepos = 7;
+};
+
+// Appends the code's bits, highest first. Every completed byte is written;
+// a completed 0xFF is followed by a stuffed 0x00.
+void writebits(BitWriter& bw, bitstring bs);
+
+// Pads pending bits (if any) with 1-bits to a whole byte and writes it.
+void pad_with_ones(BitWriter& bw);
+
+// Canonical Huffman codes from counts per length (16 entries) and the
+// symbols in code order: HT[symbol] = {length, code}. Entries of symbols
+// not listed are left untouched.
+void compute_Huffman_table(const uint8_t* nrcodes, const uint8_t* std_table, bitstring* HT);
+
+// Category (number of magnitude bits) and extra bits of every value in
+// -32767..32767. Positive v: v in category bits; negative v: v - 1 in
+// category bits (ones' complement). Value 0 is category 0 with no bits.
+class CategoryTables {
+public:
+    static const int kRange = 32767;
+
+    CategoryTables() = default;
+    ~CategoryTables() { release(); }
+    CategoryTables(const CategoryTables&) = delete;
+    CategoryTables& operator=(const CategoryTables&) = delete;
+
+    uint8_t category(int v) const { return category_alloc[v + kRange]; }
+    const bitstring& bitcode(int v) const { return bitcode_alloc[v + kRange]; }
+    bool empty() const { return !category_alloc || !bitcode_alloc; }
+
+    // Frees both tables (the state after construction).
+    void release();
+
+private:
+    friend bool set_numbers_category_and_bitcode(CategoryTables& t);
+    uint8_t* category_alloc = nullptr;
+    bitstring* bitcode_alloc = nullptr;
+};
+
+// Allocates and fills the tables (2 * 32767 + 1 entries each). Returns false,
+// with both tables released, when memory runs out.
+bool set_numbers_category_and_bitcode(CategoryTables& t);
+
+// Huffman-codes one quantised block (zig-zag order) as T.81 baseline does:
+// the DC difference from *DC (which then becomes this block's DC), the AC
+// coefficients as runs of zeros (ZRL for runs of 16) and sizes, and EOB
+// unless the last coefficient is nonzero.
+void write_DU_codes(BitWriter& bw, const int16_t* DU, int16_t* DC, const bitstring* HTDC, const bitstring* HTAC,
+                    const CategoryTables& tables);
+
+} // namespace bmp2jpeg
+
+#endif // DATAPROCESS_JPEG_JPEGENTROPY_H
