@@ -2,4 +2,8 @@
 #ifndef DATAPROCESS_AUDIOSTAGES_H
 #define DATAPROCESS_AUDIOSTAGES_H
 
+#include "AudioConverter.h"
+#include "AudioEvenProcess.h"
+#include "AudioProcess.h"
+
 #endif // DATAPROCESS_AUDIOSTAGES_H
