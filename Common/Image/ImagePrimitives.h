@@ -2,6 +2,10 @@
 #ifndef DATAPROCESS_IMAGEPRIMITIVES_H
 #define DATAPROCESS_IMAGEPRIMITIVES_H
 
+// Scaling, rotation and drag.
+#include "ImageResize.h"
+#include "ImageRotate.h"
+
 // Colour conversion, adjustments and filters.
 #include "ImageConvert.h"
 #include "ImageAdjust.h"

@@ -1,0 +1,57 @@
+// Row kernels of the image-routine library, grouped per family.
+//
+// Each public routine checks its arguments, builds the sample positions of
+// a run of destination pixels and hands the run to a kernel of these
+// tables. The tables hold the plain C++ reference kernels; faster kernels
+// (SIMD) plug in at the same boundary and must give the same bytes.
+#ifndef ORVIMAGE_KERNELS_H
+#define ORVIMAGE_KERNELS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace orv {
+
+// Linear sample of one destination pixel: columns x0/x1 and rows y0/y1 of
+// the source, 8-bit weights f (towards x1) and g (towards y1).
+struct LinearTap {
+    int32_t x0, x1, y0, y1;
+    uint8_t f, g;
+};
+
+// Nearest sample of one destination pixel.
+struct NearestTap {
+    int32_t x, y;
+};
+
+// The linear formula, one rounding at the end:
+//   c0 = S(x0,y0)*(256-g) + S(x0,y1)*g     (fits 16 bits)
+//   c1 = S(x1,y0)*(256-g) + S(x1,y1)*g
+//   D  = (c0*(256-f) + c1*f + 32768) >> 16 (fits 32 bits)
+struct GeometryKernels {
+    // Separable rows (resize): dst[i] = src[xi[i]].
+    void (*nearestRow)(uint8_t* dst, const uint8_t* src, const int32_t* xi, int n);
+    // Separable rows (resize): row0/row1 are the source rows y0/y1, g their weight.
+    void (*linearRow)(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int g, const int32_t* x0,
+                      const int32_t* x1, const uint8_t* f, int n);
+    // Arbitrary positions (rotation): src is the image origin.
+    void (*nearestGather)(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const NearestTap* taps, int n);
+    void (*linearGather)(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const LinearTap* taps, int n);
+};
+
+struct BlendKernels {
+    // "Over" with constant alphas: dst[i] = min(255, M(m1, a[i]) + M(m2, b[i])).
+    // b may be dst (in-place).
+    void (*alphaOverRow)(uint8_t* dst, const uint8_t* a, const uint8_t* b, int n, int m1, int m2);
+};
+
+const GeometryKernels& GetGeometryKernels();
+const BlendKernels& GetBlendKernels();
+
+// The reference tables, for tests that compare a faster table with them.
+const GeometryKernels& ReferenceGeometryKernels();
+const BlendKernels& ReferenceBlendKernels();
+
+} // namespace orv
+
+#endif // ORVIMAGE_KERNELS_H
