@@ -5,5 +5,7 @@
 #include "ResizeTypes.h"
 #include "ResizeGeometry.h"
 #include "VideoEvenProcess.h"
+#include "VideoProcess.h"
+#include "Watermark.h"
 
 #endif // DATAPROCESS_VIDEOSTAGES_H

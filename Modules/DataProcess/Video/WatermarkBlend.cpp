@@ -1,0 +1,193 @@
+#include <cstddef>
+#include <cstdint>
+
+#include "OrvImage.h"
+#include "Watermark.h"
+
+namespace {
+
+// Alpha of a watermark pixel scaled by the opacity (integer division).
+// 64-bit so that an absurd percentage cannot overflow; for 0..100 it is the
+// plain int arithmetic.
+inline int64_t ScaledAlpha(const unsigned char* alpha, ptrdiff_t offset, int nPercent)
+{
+    const int64_t a = alpha ? alpha[offset] : 255;
+    return a * nPercent / 100;
+}
+
+int64_t Min3(int64_t a, int64_t b, int64_t c)
+{
+    const int64_t m = a < b ? a : b;
+    return m < c ? m : c;
+}
+
+// "Over" compositing of a constant-opacity watermark plane onto a region of
+// a destination plane of `planeRows` rows. A region reaching past the
+// plane's last row is cut at the plane's end (rows past it are dropped, the
+// last row is shortened); rows that run past their own end and into the next
+// row of the plane are composited as the library does.
+void CompositePlane(const unsigned char* mark, int markPitch, Ipp8u opacity, unsigned char* plane, int pitch,
+                    int planeRows, int x0, int y0, int width, int height)
+{
+    if (!mark || !plane || width <= 0 || height <= 0 || pitch <= 0 || x0 < 0 || y0 < 0 || y0 >= planeRows ||
+        x0 >= pitch)
+        return;
+    if (height > planeRows - y0)
+        height = planeRows - y0;
+    unsigned char* dst = plane + static_cast<ptrdiff_t>(y0) * pitch + x0;
+    int fullRows = height;
+    int lastWidth = width;
+    if (y0 + height == planeRows && x0 + width > pitch) {
+        fullRows = height - 1;
+        lastWidth = pitch - x0;
+    }
+    if (fullRows > 0)
+        orv_ippiAlphaCompC_8u_C1R(mark, markPitch, opacity, dst, pitch, 255, dst, pitch, IppiSize{width, fullRows},
+                                  ippAlphaOver);
+    if (fullRows < height) {
+        const unsigned char* markRow = mark + static_cast<ptrdiff_t>(fullRows) * markPitch;
+        unsigned char* dstRow = dst + static_cast<ptrdiff_t>(fullRows) * pitch;
+        orv_ippiAlphaCompC_8u_C1R(markRow, markPitch, opacity, dstRow, pitch, 255, dstRow, pitch,
+                                  IppiSize{lastWidth, 1}, ippAlphaOver);
+    }
+}
+
+} // namespace
+
+void AddWaterMark(MEDIA_FRAME* pDst, MEDIA_FRAME* pMark, tagRECT* pRect, int nPercent, int nAlign,
+                  unsigned int bUseAlpha)
+{
+    if (pRect) {
+        const int64_t cx = int64_t(pRect->right) - pRect->left;
+        const int64_t cy = int64_t(pRect->bottom) - pRect->top;
+        if (cx > INT32_MAX || cx < INT32_MIN || cy > INT32_MAX || cy < INT32_MIN)
+            return;
+        AddWaterMarkEx(pDst, pMark, pRect->left, pRect->top, static_cast<int>(cx), static_cast<int>(cy), 0, 0,
+                       nPercent, bUseAlpha);
+        return;
+    }
+    if (!pDst || !pMark || !pDst->pY || !pDst->pU || !pDst->pV || !pMark->pY || !pMark->pU || !pMark->pV)
+        return;
+
+    const int64_t W = pDst->nWidth, H = pDst->nHeight;
+    const int64_t w = pMark->nWidth, h = pMark->nHeight;
+    int64_t X = 0, Y = 0;
+    switch (nAlign) {
+    case WATERMARK_ALIGN_CENTER: X = (W - w) / 2; Y = (H - h) / 2; break;
+    case WATERMARK_ALIGN_TOP_LEFT: break;
+    case WATERMARK_ALIGN_TOP: X = (W - w) / 2; break;
+    case WATERMARK_ALIGN_TOP_RIGHT: X = W - w; break;
+    case WATERMARK_ALIGN_LEFT: Y = (H - h) / 2; break;
+    case WATERMARK_ALIGN_MIDDLE: X = (W - w) / 2; Y = (H - h) / 2; break;
+    case WATERMARK_ALIGN_RIGHT: X = W - w; Y = (H - h) / 2; break;
+    case WATERMARK_ALIGN_BOTTOM_LEFT: Y = H - h; break;
+    case WATERMARK_ALIGN_BOTTOM: X = (W - w) / 2; Y = H - h; break;
+    case WATERMARK_ALIGN_BOTTOM_RIGHT: X = W - w; Y = H - h; break;
+    default: break;
+    }
+
+    // Every plane is addressed with its width as pitch. No clipping is
+    // done (the watermark is meant to fit): a pixel whose address falls
+    // outside its destination plane is left out, while a row running past
+    // the frame's right edge continues into the next row as it always did.
+    const int64_t cw = (W + 1) / 2, ch = (H + 1) / 2, mcw = (w + 1) / 2;
+    const int64_t lumaSize = W * H, chromaSize = cw * ch;
+    const unsigned char* markA = pMark->pAlpha;
+    int64_t chromaRow = (Y + 1) / 2;
+    // The watermark's last row is never drawn (kept deliberately).
+    for (int64_t r = 0; r + 1 < h; ++r) {
+        const ptrdiff_t markOff = static_cast<ptrdiff_t>(r * w);
+        const ptrdiff_t markChroma = static_cast<ptrdiff_t>((r / 2) * mcw);
+        const int64_t dstRow = (Y + r) * W + X;
+        for (int64_t c = 0; c < w; ++c) {
+            const int64_t a = ScaledAlpha(markA, markOff + c, nPercent);
+            const int64_t off = dstRow + c;
+            if (off >= 0 && off < lumaSize) {
+                unsigned char& d = pDst->pY[off];
+                // Two separately truncated quotients, unlike AddWaterMarkEx.
+                d = static_cast<unsigned char>(pMark->pY[markOff + c] * a / 255 + d * (255 - a) / 255);
+            }
+            if ((r & 1) == 0 && (c & 1) == 0) {
+                const int64_t coff = chromaRow * cw + (X + c) / 2;
+                if (coff >= 0 && coff < chromaSize) {
+                    unsigned char& u = pDst->pU[coff];
+                    unsigned char& v = pDst->pV[coff];
+                    u = static_cast<unsigned char>((pMark->pU[markChroma + c / 2] * a + u * (255 - a)) / 255);
+                    v = static_cast<unsigned char>((pMark->pV[markChroma + c / 2] * a + v * (255 - a)) / 255);
+                }
+            }
+        }
+        if ((r & 1) == 0)
+            ++chromaRow;
+    }
+}
+
+void AddWaterMarkEx(MEDIA_FRAME* pDst, MEDIA_FRAME* pMark, int x, int y, int cx, int cy, int xSrc, int ySrc,
+                    int nPercent, unsigned int bUseAlpha)
+{
+    if (!pDst || !pMark || xSrc < 0 || ySrc < 0)
+        return;
+    if (!pDst->pY || !pDst->pU || !pDst->pV || !pMark->pY || !pMark->pU || !pMark->pV)
+        return;
+    const int64_t W = pDst->nWidth, H = pDst->nHeight;
+    const int64_t w = pMark->nWidth, h = pMark->nHeight;
+
+    int64_t X = x, Y = y, CX = cx, CY = cy, XS = xSrc, YS = ySrc;
+    if (CX == -1)
+        CX = W;
+    if (CY == -1)
+        CY = H;
+    // Clip at the left and top, then to both frames.
+    if (X < 0) {
+        CX += X;
+        XS -= X;
+        X = 0;
+    }
+    if (Y < 0) {
+        CY += Y;
+        YS -= Y;
+        Y = 0;
+    }
+    CX = Min3(CX, W - X, w - XS);
+    CY = Min3(CY, H - Y, h - YS);
+    if (CX <= 0 || CY <= 0)
+        return;
+
+    const ptrdiff_t dPitchY = pDst->nPitchY, dPitchU = pDst->nPitchU, dPitchV = pDst->nPitchV;
+    const ptrdiff_t mPitchY = pMark->nPitchY, mPitchU = pMark->nPitchU, mPitchV = pMark->nPitchV;
+
+    if (bUseAlpha) {
+        for (int64_t r = 0; r < CY; ++r) {
+            const ptrdiff_t markRow = static_cast<ptrdiff_t>((YS + r) * mPitchY + XS);
+            unsigned char* dstY = pDst->pY + static_cast<ptrdiff_t>((Y + r) * dPitchY + X);
+            const bool evenRow = ((Y + r) & 1) == 0;
+            for (int64_t c = 0; c < CX; ++c) {
+                const int64_t a = ScaledAlpha(pMark->pAlpha, markRow + c, nPercent);
+                // One division of the sum, unlike AddWaterMark.
+                dstY[c] = static_cast<unsigned char>((pMark->pY[markRow + c] * a + dstY[c] * (255 - a)) / 255);
+                if (evenRow && ((X + c) & 1) == 0) {
+                    const int64_t mRow = (r + YS) / 2, mCol = (XS + c) / 2;
+                    const int64_t dRow = (r + Y) / 2, dCol = (X + c) / 2;
+                    unsigned char& u = pDst->pU[dRow * dPitchU + dCol];
+                    unsigned char& v = pDst->pV[dRow * dPitchV + dCol];
+                    u = static_cast<unsigned char>((pMark->pU[mRow * mPitchU + mCol] * a + u * (255 - a)) / 255);
+                    v = static_cast<unsigned char>((pMark->pV[mRow * mPitchV + mCol] * a + v * (255 - a)) / 255);
+                }
+            }
+        }
+        return;
+    }
+
+    // One constant opacity for the whole rectangle. The watermark planes are
+    // read from their top-left corner: xSrc and ySrc are not applied here
+    // (kept deliberately).
+    const Ipp8u k = static_cast<Ipp8u>(static_cast<int64_t>(nPercent) * 255 / 100);
+    const int ix = static_cast<int>(X), iy = static_cast<int>(Y), icx = static_cast<int>(CX),
+              icy = static_cast<int>(CY);
+    CompositePlane(pMark->pY, pMark->nPitchY, k, pDst->pY, pDst->nPitchY, pDst->nHeight, ix, iy, icx, icy);
+    const int chromaRows = (pDst->nHeight + 1) / 2;
+    CompositePlane(pMark->pU, pMark->nPitchU, k, pDst->pU, pDst->nPitchU, chromaRows, (ix + 1) / 2, (iy + 1) / 2,
+                   (icx + 1) / 2, (icy + 1) / 2);
+    CompositePlane(pMark->pV, pMark->nPitchV, k, pDst->pV, pDst->nPitchV, chromaRows, (ix + 1) / 2, (iy + 1) / 2,
+                   (icx + 1) / 2, (icy + 1) / 2);
+}
