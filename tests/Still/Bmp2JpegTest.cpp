@@ -258,6 +258,7 @@ TEST(Bmp2Jpeg, DecodedPictureIsCloseToTheSource)
     } cases[] = {
         {"smooth 256x192", MakeSmooth(256, 192), 30.0},
         {"smooth 61x35", MakeSmooth(61, 35), 30.0},
+        {"textured 256x192", MakeTextured(256, 192), 30.0},
         {"flat grey", MakeFlat(40, 24, 128, 128, 128), 45.0},
         {"flat orange", MakeFlat(23, 17, 250, 140, 20), 40.0},
         {"flat white", MakeFlat(16, 16, 255, 255, 255), 45.0},

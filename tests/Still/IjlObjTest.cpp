@@ -1,5 +1,5 @@
 // CIjlObj over the stand-in "IJL15.DLL" (libjpeg-turbo underneath), found
-// through this executable's run path.
+// through this executable's run path or LD_LIBRARY_PATH (see CMakeLists.txt).
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -58,6 +58,8 @@ Picture TopRedBottomBlue(int w, int h)
     return pic;
 }
 
+const char* const kNotFound = "IJL15.DLL not found: run through ctest, or with LD_LIBRARY_PATH=" DP_IJL_DIR;
+
 } // namespace
 
 TEST(IjlObj, ConcurrentFirstCallsShareOneLoadedObject)
@@ -68,7 +70,7 @@ TEST(IjlObj, ConcurrentFirstCallsShareOneLoadedObject)
         threads.emplace_back([&seen, i] { seen[i] = GetIjlObj(); });
     for (auto& t : threads)
         t.join();
-    ASSERT_NE(seen[0], nullptr);
+    ASSERT_NE(seen[0], nullptr) << kNotFound;
     for (CIjlObj* p : seen)
         EXPECT_EQ(p, seen[0]);
     EXPECT_FALSE(seen[0]->IsEmpty());
@@ -78,7 +80,7 @@ TEST(IjlObj, ConcurrentFirstCallsShareOneLoadedObject)
 TEST(IjlObj, SaveWritesTheBitmapAsJpegTheRightWayUp)
 {
     CIjlObj* ijl = GetIjlObj();
-    ASSERT_NE(ijl, nullptr);
+    ASSERT_NE(ijl, nullptr) << kNotFound;
     TempDir dir;
     const std::string path = dir.file("ijl out.jpg");
     auto roundTrip = [&](const Picture& pic, Picture* out) {
@@ -104,7 +106,7 @@ TEST(IjlObj, SaveWritesTheBitmapAsJpegTheRightWayUp)
 TEST(IjlObj, ProcessBufferDecodesIntoTheBitmap)
 {
     CIjlObj* ijl = GetIjlObj();
-    ASSERT_NE(ijl, nullptr);
+    ASSERT_NE(ijl, nullptr) << kNotFound;
     TempDir dir;
     const Picture pic = TopRedBottomBlue(37, 22);
     ASSERT_TRUE(WriteFile(dir.file("in.bmp"), BuildBmp24(pic)));
@@ -112,9 +114,18 @@ TEST(IjlObj, ProcessBufferDecodesIntoTheBitmap)
     std::vector<uint8_t> jpeg = ReadFile(dir.file("in.jpg"));
     ASSERT_FALSE(jpeg.empty());
 
-    DibImage dib;
+    // The bitmap is recreated through its virtual Create.
+    struct CountingDib : DibImage {
+        int calls = 0;
+        int Create(int w, int h, int bits) override
+        {
+            ++calls;
+            return DibImage::Create(w, h, bits);
+        }
+    } dib;
     ASSERT_EQ(dib.Create(3, 3, 32), 1); // replaced by the JPEG's shape
     ASSERT_EQ(ijl->ProcessBuffer(jpeg.data(), jpeg.size(), dib), 1);
+    EXPECT_EQ(dib.calls, 2);
     EXPECT_EQ(dib.Width(), 37);
     EXPECT_EQ(dib.Height(), 22);
     EXPECT_EQ(dib.BitCount(), 24);
@@ -131,7 +142,7 @@ TEST(IjlObj, ProcessBufferDecodesIntoTheBitmap)
 TEST(IjlObj, ErrorsOfTheLibraryAndBadArgumentsGiveZero)
 {
     CIjlObj* ijl = GetIjlObj();
-    ASSERT_NE(ijl, nullptr);
+    ASSERT_NE(ijl, nullptr) << kNotFound;
     TempDir dir;
     DibImage dib;
     EXPECT_EQ(ijl->Save(dib, dir.file("empty.jpg").c_str(), 0), 0); // no pixels

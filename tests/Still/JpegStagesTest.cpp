@@ -12,6 +12,7 @@
 #include "JpegColor.h"
 #include "JpegDct.h"
 #include "JpegEntropy.h"
+#include "JpegMarkers.h"
 #include "JpegTables.h"
 
 using namespace bmp2jpeg;
@@ -364,4 +365,22 @@ TEST(JpegEntropy, BlockCodingOfDcDifferenceRunsZrlAndEob)
     expected = Bits(c.dc[0]) + Bits(c.ac[0xF0]) + Bits(c.ac[0xD1]) + c.Value(1) + Bits(c.ac[0xF0]) +
                Bits(c.ac[0xF0]) + Bits(c.ac[0x01]) + c.Value(-1);
     EXPECT_EQ(c.Coded(DU, &DC), PadToBytes(expected));
+}
+
+TEST(JpegMarkers, SegmentsAreWrittenBigEndianFieldByField)
+{
+    auto capture = [](const std::function<void(FILE*)>& write) {
+        return Capture([&](BitWriter& bw) { write(bw.fp); });
+    };
+    EXPECT_EQ(capture([](FILE* fp) { write_APP0info(fp, APP0infotype()); }),
+              (std::vector<uint8_t>{0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 0, 0, 1, 0, 1, 0, 0}));
+    SOF0infotype sof;
+    sof.height = 0x0102;
+    sof.width = 0xFFFF;
+    EXPECT_EQ(capture([&](FILE* fp) { write_SOF0info(fp, sof); }),
+              (std::vector<uint8_t>{0xFF, 0xC0, 0, 17, 8, 1, 2, 0xFF, 0xFF, 3, 1, 0x11, 0, 2, 0x11, 1, 3, 0x11, 1}));
+    EXPECT_EQ(capture([](FILE* fp) { write_comment(fp, "hi"); }),
+              (std::vector<uint8_t>{0xFF, 0xFE, 0, 4, 'h', 'i'}));
+    const std::string longComment(70000, 'c');
+    EXPECT_EQ(capture([&](FILE* fp) { write_comment(fp, longComment.c_str()); }).size(), 2u + 65535);
 }

@@ -44,6 +44,29 @@ Picture MakeSmooth(int w, int h)
     return p;
 }
 
+Picture MakeTextured(int w, int h)
+{
+    Picture p = MakeSmooth(w, h);
+    uint32_t s = 2024;
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            const double dx = x - 0.6 * w, dy = y - 0.4 * h;
+            const bool disc = dx * dx + dy * dy < 0.04 * w * h;
+            const double pattern = 12 * std::sin(0.9 * x) * std::sin(0.7 * y);
+            uint8_t* px = p.at(x, y);
+            for (int c = 0; c < 3; ++c) {
+                s = s * 1664525u + 1013904223u;
+                const double grain = double(int(s >> 28) - 8); // -8..7
+                double v = px[c] + pattern + grain;
+                if (disc)
+                    v = c == 0 ? 0.3 * v + 160 : 0.5 * v;
+                px[c] = uint8_t(v < 0 ? 0 : v > 255 ? 255 : std::lround(v));
+            }
+        }
+    }
+    return p;
+}
+
 Picture MakeNoise(int w, int h, uint32_t seed)
 {
     Picture p = MakeFlat(w, h, 0, 0, 0);

@@ -24,6 +24,9 @@ struct Picture {
 Picture MakeFlat(int w, int h, uint8_t r, uint8_t g, uint8_t b);
 // A smooth, photo-like picture: soft gradients and low-frequency waves.
 Picture MakeSmooth(int w, int h);
+// A photo-like picture with texture: the smooth picture plus a fine
+// pattern, mild grain and a hard-edged disc.
+Picture MakeTextured(int w, int h);
 // Pseudo-random pixels (a fixed seed): hard for the coder, many 0xFF bytes.
 Picture MakeNoise(int w, int h, uint32_t seed);
 

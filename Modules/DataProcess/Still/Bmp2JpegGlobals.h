@@ -3,7 +3,8 @@
 // header is not part of the umbrella header: include it only to inspect the
 // encoder's state.
 //
-// The values are written by BMP2JPEG while it holds its internal lock and
+// The values are written by BMP2JPEG while it holds its internal lock (the
+// encoder itself works on its own copies and never reads them back) and
 // are meaningful only to a caller that serialises itself with conversions:
 // - width, height: the last picture's width rounded up to a multiple of 8
 //   (as 16 bits: 0 for widths above 65528) and its height;

@@ -13,7 +13,6 @@
 class DP_API DibImage {
 public:
     DibImage();
-    virtual ~DibImage();
     DibImage(const DibImage&) = delete;
     DibImage& operator=(const DibImage&) = delete;
 
@@ -25,6 +24,8 @@ public:
     // when a block cannot be allocated or the arguments are unusable
     // (negative sizes, a depth outside 1..32, more than 4 GiB of pixels).
     virtual int Create(int nWidth, int nHeight, int nBitCount);
+    // Second and third virtual slots (after Create): frees both blocks.
+    virtual ~DibImage();
 
     // Frees both blocks.
     void Clear();

@@ -1,7 +1,7 @@
 /* The record through which the run-time JPEG library (file name "IJL15.DLL")
  * is driven, with the status and mode values the library's wrapper uses.
  * The leading fields are the library's published ones, in order; the tail
- * is the library's own working area. Compiles as C and C++. */
+ * is the library's own working area. Compiles as C11 and C++. */
 #ifndef DATAPROCESS_IJLPROPERTIES_H
 #define DATAPROCESS_IJLPROPERTIES_H
 

@@ -104,36 +104,39 @@ void BMP2JPEG(const char* pszBmpPath, const char* pszJpegPath)
         return;
     std::lock_guard<std::mutex> lock(g_conversion);
 
+    // The conversion works on its own copies and publishes them in the
+    // exported globals; it never reads them back, so a same-named symbol of
+    // the host that wins the dynamic binding cannot steer the encoder.
     LoadedBitmap picture;
     if (!load_bitmap(pszBmpPath, &picture))
         return;
     RGB_buffer = picture.rgb;
-    width = static_cast<uint16_t>(picture.padded_width); // 65536 wraps to 0; the encoder uses its own size_t
+    width = static_cast<uint16_t>(picture.padded_width); // 65536 wraps to 0
     height = picture.image_height;
 
-    fp_jpeg_stream = open_jpeg_output(pszJpegPath);
-    if (fp_jpeg_stream) {
-        EncoderState state;
-        EncoderState* s = &state;
-        if (init_all(state)) {
-            s->SOF0info.height = picture.image_height;
-            s->SOF0info.width = picture.image_width;
-            write_SOI(fp_jpeg_stream);
-            write_APP0info(fp_jpeg_stream, s->APP0info);
-            write_DQTinfo(fp_jpeg_stream, s->DQTinfo);
-            write_SOF0info(fp_jpeg_stream, s->SOF0info);
-            write_DHTinfo(fp_jpeg_stream, s->DHTinfo);
-            write_SOSinfo(fp_jpeg_stream, s->SOSinfo);
+    FILE* const fp = open_jpeg_output(pszJpegPath);
+    fp_jpeg_stream = fp;
+    if (fp) {
+        EncoderState s;
+        if (init_all(s)) {
+            s.SOF0info.height = picture.image_height;
+            s.SOF0info.width = picture.image_width;
+            write_SOI(fp);
+            write_APP0info(fp, s.APP0info);
+            write_DQTinfo(fp, s.DQTinfo);
+            write_SOF0info(fp, s.SOF0info);
+            write_DHTinfo(fp, s.DHTinfo);
+            write_SOSinfo(fp, s.SOSinfo);
 
-            s->bw.fp = fp_jpeg_stream;
-            main_encoder(state, RGB_buffer, picture.padded_width, picture.image_height);
-            pad_with_ones(s->bw);
-            write_EOI(fp_jpeg_stream);
-            s->tables.release();
+            s.bw.fp = fp;
+            main_encoder(s, picture.rgb, picture.padded_width, picture.image_height);
+            pad_with_ones(s.bw);
+            write_EOI(fp);
+            s.tables.release();
         }
-        std::fclose(fp_jpeg_stream);
+        std::fclose(fp);
         fp_jpeg_stream = nullptr;
     }
-    std::free(RGB_buffer);
+    std::free(picture.rgb);
     RGB_buffer = nullptr;
 }
