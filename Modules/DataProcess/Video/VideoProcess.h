@@ -36,6 +36,14 @@
 #include "ResizeTypes.h"
 #include "WinTypes.h"
 
+// Members of an exported class that stay out of the shared library's
+// symbol table.
+#if defined(__GNUC__) || defined(__clang__)
+#  define DP_VIDEO_INTERNAL __attribute__((visibility("hidden")))
+#else
+#  define DP_VIDEO_INTERNAL
+#endif
+
 class DP_API VideoProcess : public VideoDecoder {
 public:
     // resize may be null (no scaling request); frameRate 0 means the
@@ -144,17 +152,17 @@ protected:
 
 private:
     // Bodies of SetCropRect and AdjustResizeParam; the caller holds m_csFrame.
-    void SetCropRectLocked(const tagRECT* crop, IMAGE_RESIZE_METHOD method);
-    void AdjustResizeParamLocked(RESIZE_PARAM* param);
+    DP_VIDEO_INTERNAL void SetCropRectLocked(const tagRECT* crop, IMAGE_RESIZE_METHOD method);
+    DP_VIDEO_INTERNAL void AdjustResizeParamLocked(RESIZE_PARAM* param);
     // The source description recorded at construction (zeros without one).
-    const VideoInfo& SrcInfo() const;
+    DP_VIDEO_INTERNAL const VideoInfo& SrcInfo() const;
     // Output frame handling under m_csFrame.
-    void NewOutFrame(int width, int height) const;
-    void RetireOutFrame() const;
-    void ScaleIntoOutFrame(bool cropPath) const;
-    void LoadStageWatermark(tagBITMAPINFO* lpbi, unsigned char* pBits, tagRECT* pRect, int nPercent);
-    bool ExplicitOutputSize(int* width, int* height) const;
-    int Interpolation() const;
+    DP_VIDEO_INTERNAL void NewOutFrame(int width, int height) const;
+    DP_VIDEO_INTERNAL void RetireOutFrame() const;
+    DP_VIDEO_INTERNAL void ScaleIntoOutFrame(bool cropPath) const;
+    DP_VIDEO_INTERNAL void LoadStageWatermark(tagBITMAPINFO* lpbi, unsigned char* pBits, tagRECT* pRect, int nPercent);
+    DP_VIDEO_INTERNAL bool ExplicitOutputSize(int* width, int* height) const;
+    DP_VIDEO_INTERNAL int Interpolation() const;
 
     VideoDecoder* m_pOrgDecoder;
     VideoDecoder* m_pSource;
