@@ -4,12 +4,13 @@
 // Every count that crosses this interface is a count of 16-bit sample
 // values, interleaved, all channels counted: never bytes, never frames.
 //
-// The resampler's fractional carry is one value shared by every converter in
-// the process (not one per object). That sharing is intended: feeding two
-// converters with unequal rates interleaved changes how many samples each of
-// them returns per call, though never by more than the carry it hands over.
-// Access to the carry is race-free; each call of ConvertData reads and
-// updates it as one atomic step.
+// The resampler's fractional carry (input not yet turned into output) is one
+// value shared by every converter in the process, not one per object. That
+// sharing is intended: with two converters in use, the remainder one leaves
+// is taken up by the next call of the other at its own rate ratio, so the
+// counts each returns depend on how their calls interleave. Access to the
+// carry is race-free: each call of ConvertData reads and updates it as one
+// atomic step.
 //
 // A converter is used by one thread at a time.
 #ifndef DATAPROCESS_AUDIOCONVERTER_H
