@@ -265,6 +265,26 @@ TEST(VideoProcess, CropUnderAResizeRequest)
     EXPECT_EQ(f->nWidth, 640);
 }
 
+TEST(VideoProcess, CropWithoutResizeRequestKeepsTheDisplayAspect)
+{
+    PlaneSource src(720, 576);
+    src.SetAspect(16, 9);
+    VideoProcess vp(&src, nullptr, 0.0);
+    // Half of a 16:9 picture in square pixels: 16/9 * 576 * 360/720 = 512.
+    const tagRECT half = {0, 0, 360, 576};
+    vp.SetCropRect(&half, IMAGE_RESIZE_LETTERBOX);
+    EXPECT_EQ(vp.GetVideoInfo()->nWidth, 512);
+    EXPECT_EQ(vp.GetVideoInfo()->nHeight, 576);
+    EXPECT_EQ(vp.GetVideoInfo()->nAspectX, 0);
+    ASSERT_EQ(vp.GetFrame()->nWidth, 512);
+    // The whole picture: 1024 wide, and the source's aspect stays reported.
+    const tagRECT whole = {0, 0, 720, 576};
+    vp.SetCropRect(&whole, IMAGE_RESIZE_LETTERBOX);
+    EXPECT_EQ(vp.GetVideoInfo()->nWidth, 1024);
+    EXPECT_EQ(vp.GetVideoInfo()->nAspectX, 16);
+    EXPECT_EQ(vp.GetVideoInfo()->nAspectY, 9);
+}
+
 TEST(VideoProcess, RotationAngles)
 {
     PlaneSource src(16, 8);

@@ -136,7 +136,7 @@ void VideoProcess::SetCropRectLocked(const tagRECT* crop, IMAGE_RESIZE_METHOD me
     if (r.bottom > ch)
         r.bottom = ch;
 
-    const bool empty = r.right - r.left <= 0 || r.bottom - r.top <= 0;
+    const bool empty = int64_t(r.right) - r.left <= 0 || int64_t(r.bottom) - r.top <= 0;
     const bool whole =
         (crop->left == 0 && crop->top == 0 && r.right - r.left == cw && r.bottom - r.top == ch) || empty;
 

@@ -176,7 +176,7 @@ void VideoProcess::LoadStageWatermark(tagBITMAPINFO* lpbi, unsigned char* pBits,
         return;
 
     const VideoInfo* info = GetVideoInfo();
-    int dw = (info->nWidth * 4) / 5;
+    int dw = ClampToInt(int64_t(info->nWidth) * 4 / 5);
     int dh = ClampToInt(int64_t(dw) * planes.Height() / planes.Width());
     if (dh > info->nHeight)
         dh = info->nHeight; // the width is not reduced again
