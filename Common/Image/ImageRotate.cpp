@@ -1,10 +1,10 @@
 #include "ImageRotate.h"
 
 #include <cstddef>
+#include <cstdint>
 
 #include "ImageResize.h"
 #include "OrvImage.h"
-#include "ResizeCommon.h"
 
 namespace {
 

@@ -212,22 +212,4 @@ TEST(ImageRotateResizeYUV, AlwaysLinearAboutTurnedCentre)
     }
 }
 
-// Without a turn (k = 1) and with the centre inside the picture, the region
-// is copied; the chroma centre is ((H/2)/2, (W/2)/2).
-TEST(ImageRotateResizeYUV, NoTurnCopies)
-{
-    TestPlane sy(6, 6, 7, 1, 0), su(3, 3, 4, 1, 0), sv(3, 3, 3, 1, 0);
-    for (size_t i = 0; i < sy.bytes.size(); ++i)
-        sy.bytes[i] = static_cast<uint8_t>(i * 5);
-    for (size_t i = 0; i < su.bytes.size(); ++i)
-        su.bytes[i] = static_cast<uint8_t>(200 - i), sv.bytes[i % sv.bytes.size()] = static_cast<uint8_t>(i + 1);
-    TestPlane dy(6, 6, 6, 1, kSent), du(3, 3, 3, 1, kSent), dv(3, 3, 5, 1, kSent);
-    IMG_PARAM src = sy.Param(0, 0, 6, 6), dst = dy.Param(0, 0, 6, 6);
-    ASSERT_EQ(1, ImageRotateResizeYUV(src, nullptr, su.data(), sv.data(), 0, su.pitch, sv.pitch, dst, nullptr,
-                                      du.data(), dv.data(), 0, du.pitch, dv.pitch, IMAGE_INTERPOLATION_NEAREST, 180));
-    ExpectPlaced(dy, sy, 0, 0);
-    ExpectPlaced(du, su, 0, 0);
-    ExpectPlaced(dv, sv, 0, 0);
-}
-
 } // namespace
