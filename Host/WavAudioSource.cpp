@@ -330,9 +330,12 @@ MEDIA_FRAME* WavAudioSource::GetNextFrame()
         return nullptr;
     }
     m_frame->nDataSize = static_cast<int32_t>(whole * m_blockAlign);
+    // Audio blocks carry their start time in both stamps, as the library's
+    // own stages stamp them: the timeline stage places a block by its
+    // llStopTime. nDuration holds the block's length.
     m_frame->llStartTime = TimeOf(m_position);
-    m_frame->llStopTime = TimeOf(m_position + whole);
-    m_frame->nDuration = static_cast<int32_t>(std::min<int64_t>(m_frame->llStopTime - m_frame->llStartTime, INT32_MAX));
+    m_frame->llStopTime = m_frame->llStartTime;
+    m_frame->nDuration = static_cast<int32_t>(std::min<int64_t>(TimeOf(m_position + whole) - m_frame->llStartTime, INT32_MAX));
     m_position += whole;
     return m_frame;
 }

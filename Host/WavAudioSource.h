@@ -10,8 +10,10 @@
 // GetNextFrame hands out blocks of a chosen number of sample frames
 // (default 1024; the last one shorter) as audio MEDIA_FRAMEs. A block that
 // starts at sample frame s and holds n of them is stamped
-// start = round(s * 10^7 / rate), stop = round((s + n) * 10^7 / rate)
-// (so that consecutive blocks meet exactly) and nDuration = stop - start.
+// start = stop = round(s * 10^7 / rate) (audio blocks carry their start time
+// in both stamps, which is where the timeline stage looks) and
+// nDuration = round((s + n) * 10^7 / rate) - start, so that consecutive
+// blocks meet exactly.
 //
 // AudioSeek is sample-exact on files and forward-only on pipes (reading
 // through). Errors: Open returns 0 and sets *error (a HostFileError);

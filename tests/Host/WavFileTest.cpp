@@ -109,8 +109,8 @@ ReadResult ReadAll(WavAudioSource& src)
         EXPECT_EQ(f->nDataSize % align, 0);
         EXPECT_EQ(f->llStartTime, r.lastStop) << "block " << r.blocks;
         EXPECT_EQ(f->llStartTime, (frames * 20000000 + src.SampleRate()) / (2 * src.SampleRate()));
-        EXPECT_EQ(f->llStopTime - f->llStartTime, f->nDuration);
-        r.lastStop = f->llStopTime;
+        EXPECT_EQ(f->llStopTime, f->llStartTime) << "audio blocks carry their start in both stamps";
+        r.lastStop = f->llStartTime + f->nDuration;
         frames += f->nDataSize / align;
         r.data.insert(r.data.end(), f->pData, f->pData + f->nDataSize);
         ++r.blocks;
