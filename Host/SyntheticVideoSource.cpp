@@ -47,7 +47,7 @@ Region Classify(int x, int y, int frame, int w, int h, int* bit)
     const int y0 = h / 2 - b / 2;
     if (x >= x0 && x < x0 + b && y >= y0 && y < y0 + b)
         return Region::Box;
-    if (x % 16 == 0 || y % 16 == 0)
+    if (x % 64 == 0 || y % 64 == 0)
         return Region::Grid;
     return Region::Ramp;
 }
@@ -92,8 +92,8 @@ uint8_t SyntheticVideoSource::PatternU(int cx, int cy, int frame, int w, int h)
     case Region::BottomLeft: return kBlue.u;
     case Region::BottomRight: return kWhite.u;
     case Region::FrameBit:
-    case Region::Box:
-    case Region::Grid: return 128;
+    case Region::Box: return 128;
+    case Region::Grid:
     case Region::Ramp: break;
     }
     return static_cast<uint8_t>(96 + cx * 64 / std::max(1, (w + 1) / 2 - 1));
@@ -108,8 +108,8 @@ uint8_t SyntheticVideoSource::PatternV(int cx, int cy, int frame, int w, int h)
     case Region::BottomLeft: return kBlue.v;
     case Region::BottomRight: return kWhite.v;
     case Region::FrameBit:
-    case Region::Box:
-    case Region::Grid: return 128;
+    case Region::Box: return 128;
+    case Region::Grid:
     case Region::Ramp: break;
     }
     return static_cast<uint8_t>(96 + cy * 64 / std::max(1, (h + 1) / 2 - 1));

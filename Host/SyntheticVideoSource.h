@@ -3,7 +3,7 @@
 // jitter and dropped frames. Seek and Forward behave as a real decoder's.
 //
 // The pattern is meant to make geometry errors visible by eye: a luma ramp
-// with a 16-pixel grid, coloured corner markers (top-left red, top-right
+// with a 64-pixel grid of luma lines, coloured corner markers (top-left red, top-right
 // green, bottom-left blue, bottom-right white), a white box that moves right
 // by 4 pixels per frame and the frame number as a row of bits along the top.
 // PatternY/PatternU/PatternV give the exact values for tests.

@@ -1,0 +1,33 @@
+// Progress line on standard error for long work: shown only when standard
+// error is a terminal and the user did not ask for quiet, refreshed at most
+// ten times a second.
+#ifndef DATAPROCESS_TOOL_PROGRESS_H
+#define DATAPROCESS_TOOL_PROGRESS_H
+
+#include <chrono>
+#include <string>
+
+namespace dptool {
+
+class Progress {
+public:
+    Progress(bool quiet, std::string unit);
+    ~Progress();
+
+    // `done` units so far; `total` 0 when unknown.
+    void Update(long long done, long long total = 0);
+    // Clears the line.
+    void Finish();
+    double ElapsedSeconds() const;
+
+private:
+    bool m_enabled;
+    bool m_shown = false;
+    std::string m_unit;
+    std::chrono::steady_clock::time_point m_start;
+    std::chrono::steady_clock::time_point m_last;
+};
+
+} // namespace dptool
+
+#endif // DATAPROCESS_TOOL_PROGRESS_H

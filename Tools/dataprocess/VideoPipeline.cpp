@@ -1,0 +1,138 @@
+#include "VideoPipeline.h"
+
+#include <cstdio>
+#include <string>
+#include <unistd.h>
+
+#include "CountingVideoSource.h"
+#include "TextUtil.h"
+#include "ToolErrors.h"
+#include "Y4mWriter.h"
+
+namespace dptool {
+
+namespace {
+
+// Captures go to a temporary name beside the target and are renamed when
+// complete, so a failed capture leaves nothing under the final name. The
+// temporary name keeps the extension: the JPEG path derives the name of its
+// own temporary bitmap from the last dot.
+void Capture(VideoDecoder* stage, const CaptureRequest& c)
+{
+    const auto dot = c.path.rfind('.');
+    const std::string temp =
+        c.path.substr(0, dot) + ".part" + std::to_string(static_cast<long>(getpid())) + c.path.substr(dot);
+    std::wstring wide;
+    if (!WidenUtf8(temp, &wide))
+        throw ProcessingError(c.path + ": the file name is not valid UTF-8");
+    std::vector<wchar_t> buf(wide.begin(), wide.end());
+    buf.push_back(L'\0');
+    const int ok = PCCaptureImage(stage, buf.data(), c.jpeg ? 1 : 0, 0);
+    FILE* f = std::fopen(temp.c_str(), "rb");
+    long size = 0;
+    if (f) {
+        std::fseek(f, 0, SEEK_END);
+        size = std::ftell(f);
+        std::fclose(f);
+    }
+    if (!ok || size <= 0) {
+        std::remove(temp.c_str());
+        throw ProcessingError(c.path + ": capture failed (cannot write the picture there)");
+    }
+    if (std::rename(temp.c_str(), c.path.c_str()) != 0) {
+        std::remove(temp.c_str());
+        throw ProcessingError(c.path + ": capture failed (cannot rename the finished file into place)");
+    }
+}
+
+} // namespace
+
+VideoDecoder* CreateVideoStage(VideoDecoder* source, const VideoSettings& s)
+{
+    RESIZE_PARAM resize{};
+    resize.nWidth = s.size ? s.size->width : 0;
+    resize.nHeight = s.size ? s.size->height : 0;
+    resize.nInterpolation = static_cast<IMAGE_INTERPOLATION>(s.interpolation);
+    resize.nResizeMethod = static_cast<IMAGE_RESIZE_METHOD>(s.resizeMethod);
+    const bool wantResize = s.size || s.interpolation != IMAGE_INTERPOLATION_BILINEAR ||
+                            s.resizeMethod != IMAGE_RESIZE_LETTERBOX;
+    VideoDecoder* stage = PCVideoCreate(source, wantResize ? &resize : nullptr, s.rate);
+    if (!stage)
+        throw ProcessingError("cannot create the video stage");
+    if (s.crop) {
+        tagRECT crop = *s.crop;
+        PCSetCropRectEx(stage, &crop, static_cast<IMAGE_RESIZE_METHOD>(s.resizeMethod));
+    }
+    if (s.rotation)
+        PCSetRotation(stage, s.rotation, 0);
+    PCSetVideoBrightness(stage, s.brightness);
+    PCSetContrast(stage, s.contrast);
+    PCSetVideoSaturation(stage, s.saturation);
+    PCSetExFilterFlag(stage, s.filters);
+    PCSetFlipFlag(stage, s.flips);
+    PCSetVideoDeintelace(stage, static_cast<DEINTERLACE_STYLE>(s.deinterlace));
+    // Watermarks are scaled to the output size when they are set, so they
+    // come after the geometry.
+    if (s.watermark) {
+        Bitmap wm = *s.watermark;
+        if (s.watermarkRect) {
+            tagRECT rc = *s.watermarkRect;
+            PCSetWatermarkImage(stage, &wm.info, wm.bits.data(), &rc, s.watermarkOpacity);
+        } else {
+            PCSetWatermarkImageAlign(stage, &wm.info, wm.bits.data(), s.watermarkAlign, s.watermarkOpacity);
+        }
+    }
+    if (s.userWatermark) {
+        Bitmap wm = *s.userWatermark;
+        tagFRECT rc = s.userWatermarkRect;
+        PCSetUserWatermarkImage(stage, &wm.info, wm.bits.data(), &rc, s.userWatermarkOpacity);
+    }
+    return stage;
+}
+
+VideoRunStats RunVideo(VideoDecoder* stage, const CountingVideoSource& counter, Y4mWriter& writer,
+                       const std::vector<CaptureRequest>& captures, Progress& progress, long long expectedFrames)
+{
+    VideoRunStats st;
+    std::vector<bool> taken(captures.size(), false);
+    long long lastShown = 0;
+    long long distinctShown = 0;
+    for (;;) {
+        const MEDIA_FRAME* f = PCGetVideoFrame(stage);
+        if (!f)
+            break;
+        const long long pos = counter.Position();
+        if (pos == lastShown)
+            ++st.repeats;
+        else
+            ++distinctShown;
+        lastShown = pos;
+
+        if (!writer.WriteFrame(f))
+            throw ProcessingError(writer.LastError());
+        ++st.framesOut;
+
+        const double t = f->llStartTime >= 0 ? f->llStartTime / 1e7 : 0.0;
+        for (size_t i = 0; i < captures.size(); ++i)
+            if (!taken[i] && t + 1e-9 >= captures[i].seconds) {
+                Capture(stage, captures[i]);
+                taken[i] = true;
+                ++st.capturesTaken;
+            }
+        progress.Update(st.framesOut, expectedFrames);
+        if (PCVideoForward(stage, 1) < 1)
+            break;
+    }
+    for (size_t i = 0; i < captures.size(); ++i)
+        if (!taken[i])
+            throw ProcessingError(captures[i].path + ": capture at " + std::to_string(captures[i].seconds) +
+                                  " s not taken (the video ends before that time)");
+    st.sourceFrames = counter.Position();
+    st.skips = st.sourceFrames - distinctShown;
+    if (st.skips < 0)
+        st.skips = 0;
+    st.seconds = progress.ElapsedSeconds();
+    return st;
+}
+
+} // namespace dptool

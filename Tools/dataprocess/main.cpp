@@ -1,0 +1,70 @@
+// dataprocess: the DataProcess stages on real files and pipes.
+#include <CLI/CLI.hpp>
+
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+#include "Commands.h"
+#include "ToolErrors.h"
+
+#ifndef DP_VERSION
+#define DP_VERSION "unknown"
+#endif
+
+int main(int argc, char** argv)
+{
+    std::setlocale(LC_ALL, "");
+    // A reader that goes away (a closed pipe) is reported as a write error
+    // naming the output, not by a silent death.
+    std::signal(SIGPIPE, SIG_IGN);
+    CLI::App app{"dataprocess " DP_VERSION
+                 " - scale, crop, turn, adjust, watermark and retime video; resample, mix, fade and\n"
+                 "even out audio; capture pictures to BMP or JPEG. Video is read and written as\n"
+                 "YUV4MPEG2 (.y4m), audio as WAV; '-' means standard input or output, so the tool\n"
+                 "sits in a pipe between a decoder and an encoder.",
+                 "dataprocess"};
+    app.set_version_flag("--version", "dataprocess " DP_VERSION);
+    app.require_subcommand(1);
+    app.footer("Examples:\n"
+               "  dataprocess demo --out out\n"
+               "  dataprocess video in.y4m -o out.y4m --size 1280x720 --rate 30\n"
+               "  dataprocess audio in.wav -o out.wav --rate 48000 --fade-in 2\n"
+               "  dataprocess bmp2jpeg shot.bmp shot.jpg\n"
+               "Run 'dataprocess COMMAND --help' for the options of a command.");
+
+    dptool::Runner run;
+    dptool::AddDemoCommand(app, run);
+    dptool::AddVideoCommand(app, run);
+    dptool::AddAudioCommand(app, run);
+    dptool::AddBmp2JpegCommand(app, run);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForAllHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        std::fprintf(stderr, "dataprocess: %s\nRun 'dataprocess --help' for usage.\n", e.what());
+        return dptool::kExitUsageError;
+    }
+    try {
+        return run ? run() : dptool::kExitUsageError;
+    } catch (const dptool::UsageError& e) {
+        std::fprintf(stderr, "dataprocess: %s\n", e.what());
+        return dptool::kExitUsageError;
+    } catch (const dptool::ProcessingError& e) {
+        std::fprintf(stderr, "dataprocess: %s\n", e.what());
+        return dptool::kExitProcessingError;
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "dataprocess: out of memory\n");
+        return dptool::kExitProcessingError;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "dataprocess: %s\n", e.what());
+        return dptool::kExitProcessingError;
+    }
+}
