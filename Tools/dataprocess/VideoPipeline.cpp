@@ -47,8 +47,19 @@ void Capture(VideoDecoder* stage, const CaptureRequest& c)
 
 } // namespace
 
-VideoDecoder* CreateVideoStage(VideoDecoder* source, const VideoSettings& s)
+VideoDecoder* CreateVideoStage(VideoDecoder* source, const VideoSettings& settings)
 {
+    VideoSettings s = settings;
+    // A quarter turn without a size request would keep the source's frame
+    // and stretch the turned picture into it; a user asking to turn a
+    // picture expects the frame to turn with it.
+    if (s.rotation && !s.size) {
+        const VideoInfo* in = source->GetVideoInfo();
+        int w = s.crop ? s.crop->right - s.crop->left : (in ? in->nWidth : 0);
+        int h = s.crop ? s.crop->bottom - s.crop->top : (in ? in->nHeight : 0);
+        if (w >= 2 && h >= 2)
+            s.size = SizeValue{h & ~1, w & ~1};
+    }
     RESIZE_PARAM resize{};
     resize.nWidth = s.size ? s.size->width : 0;
     resize.nHeight = s.size ? s.size->height : 0;
