@@ -5,6 +5,7 @@
 #include "VideoMath.h"
 
 using dpvideo::ClampToInt;
+using dpvideo::FillRegion;
 using dpvideo::TruncToInt;
 
 void ResizeRect(tagRECT& rc, tagSIZE aspect, IMAGE_RESIZE_METHOD method)
@@ -46,23 +47,6 @@ void ResizeRect(tagRECT& rc, tagSIZE aspect, IMAGE_RESIZE_METHOD method)
         rc.bottom = ClampToInt(int64_t(rc.bottom) - d);
     }
 }
-
-namespace {
-
-void FillRegion(IMG_PARAM& p, int width, int height, const tagRECT& r)
-{
-    p.pBits = nullptr;
-    p.nWidth = width;
-    p.nHeight = height;
-    p.nPitch = width;
-    p.nBitCount = 8;
-    p.x = r.left;
-    p.y = r.top;
-    p.cx = ClampToInt(int64_t(r.right) - r.left);
-    p.cy = ClampToInt(int64_t(r.bottom) - r.top);
-}
-
-} // namespace
 
 void CalcResizeParam(IMG_PARAM& src, IMG_PARAM& dst, int aspectX, int aspectY, int srcWidth, int srcHeight,
                      const tagRECT* crop, int dstWidth, int dstHeight, IMAGE_RESIZE_METHOD method)

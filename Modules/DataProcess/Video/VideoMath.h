@@ -1,4 +1,5 @@
-// Conversions of the video stages from double to integer.
+// Conversions of the video stages from double to integer, and the region
+// records their geometry fills.
 //
 // The stages round with trunc(x + 0.5) and truncate elsewhere, exactly as the
 // arithmetic of each step says. A value outside the target range (a host's
@@ -9,6 +10,9 @@
 
 #include <cstdint>
 #include <limits>
+
+#include "ImageTypes.h"
+#include "WinTypes.h"
 
 namespace dpvideo {
 
@@ -44,6 +48,21 @@ inline int32_t ClampToInt(int64_t v)
     if (v < std::numeric_limits<int32_t>::min())
         return std::numeric_limits<int32_t>::min();
     return static_cast<int32_t>(v);
+}
+
+// An 8-bit plane region as the geometry fills it: the whole buffer is
+// width x height with pitch width, the region is the rectangle r.
+inline void FillRegion(IMG_PARAM& p, int width, int height, const tagRECT& r)
+{
+    p.pBits = nullptr;
+    p.nWidth = width;
+    p.nHeight = height;
+    p.nPitch = width;
+    p.nBitCount = 8;
+    p.x = r.left;
+    p.y = r.top;
+    p.cx = ClampToInt(int64_t(r.right) - r.left);
+    p.cy = ClampToInt(int64_t(r.bottom) - r.top);
 }
 
 } // namespace dpvideo

@@ -7,22 +7,10 @@
 #include "VideoProcess.h"
 
 using dpvideo::ClampToInt;
+using dpvideo::FillRegion;
 using dpvideo::TruncToInt;
 
 namespace {
-
-void FillRegion(IMG_PARAM& p, int width, int height, const tagRECT& r)
-{
-    p.pBits = nullptr;
-    p.nWidth = width;
-    p.nHeight = height;
-    p.nPitch = width;
-    p.nBitCount = 8;
-    p.x = r.left;
-    p.y = r.top;
-    p.cx = ClampToInt(int64_t(r.right) - r.left);
-    p.cy = ClampToInt(int64_t(r.bottom) - r.top);
-}
 
 // A widening of under one per cent snaps back to the source width.
 int32_t SnapWidth(int32_t w, int32_t sw)
