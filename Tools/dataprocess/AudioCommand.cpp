@@ -108,10 +108,10 @@ int RunAudioCommand(const AudioArgs& a)
     if (!a.quiet) {
         const TimelineFigures t = SummariseTimeline(stack, tally.Tally(), source.GetAudioInfo());
         std::fprintf(stderr,
-                     "audio: %.3f s at %d Hz, %d channels; filler %.3f s (%lld bytes), trimmed %.3f s (%lld bytes); "
+                     "audio: %.3f s at %d Hz, %d channel%s; filler %.3f s (%lld bytes), trimmed %.3f s (%lld bytes); "
                      "%.0fx real time\n",
-                     double(st.sampleFramesOut) / fmt.sampleRate, fmt.sampleRate, fmt.channels, t.fillerSeconds,
-                     t.fillerBytes, t.trimmedSeconds, t.trimmedBytes,
+                     double(st.sampleFramesOut) / fmt.sampleRate, fmt.sampleRate, fmt.channels,
+                     fmt.channels == 1 ? "" : "s", t.fillerSeconds, t.fillerBytes, t.trimmedSeconds, t.trimmedBytes,
                      st.seconds > 0 ? double(st.sampleFramesOut) / fmt.sampleRate / st.seconds : 0.0);
     }
     return kExitOk;

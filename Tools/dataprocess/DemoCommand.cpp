@@ -20,6 +20,7 @@
 #include "BitmapFile.h"
 #include "Commands.h"
 #include "CountingVideoSource.h"
+#include "InclusiveStopSource.h"
 #include "Progress.h"
 #include "SyntheticAudioSource.h"
 #include "SyntheticVideoSource.h"
@@ -99,6 +100,7 @@ int RunDemo(const DemoArgs& a)
     vc.dropped = {37};
     SyntheticVideoSource video(vc);
     CountingVideoSource counter(&video);
+    InclusiveStopSource stamped(&counter);
 
     VideoSettings vs;
     vs.size = SizeValue{1280, 720};
@@ -117,7 +119,7 @@ int RunDemo(const DemoArgs& a)
     vs.captures = {CaptureRequest{a.seconds / 2, dir + "capture.jpg", true},
                    CaptureRequest{a.seconds / 2, dir + "capture.bmp", false}};
 
-    std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> vstage(CreateVideoStage(&counter, vs), PCVideoDestroy);
+    std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> vstage(CreateVideoStage(&stamped, vs), PCVideoDestroy);
     const VideoInfo* vi = PCGetVideoInfo(vstage.get());
     Y4mStreamFormat yf;
     yf.width = vi->nWidth;

@@ -7,6 +7,7 @@
 
 #include "Commands.h"
 #include "CountingVideoSource.h"
+#include "InclusiveStopSource.h"
 #include "OptionParsers.h"
 #include "Progress.h"
 #include "StdoutData.h"
@@ -77,7 +78,8 @@ int RunVideoCommand(const VideoArgs& a)
     if (source.OpenPath(a.input) != HOSTFILE_OK)
         throw ProcessingError(source.LastError());
     CountingVideoSource counter(&source);
-    std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> stage(CreateVideoStage(&counter, s), PCVideoDestroy);
+    InclusiveStopSource stamped(&counter);
+    std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> stage(CreateVideoStage(&stamped, s), PCVideoDestroy);
 
     const VideoInfo* vi = PCGetVideoInfo(stage.get());
     Y4mStreamFormat fmt;

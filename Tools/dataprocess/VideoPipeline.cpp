@@ -135,9 +135,12 @@ VideoRunStats RunVideo(VideoDecoder* stage, const CountingVideoSource& counter, 
             break;
     }
     for (size_t i = 0; i < captures.size(); ++i)
-        if (!taken[i])
-            throw ProcessingError(captures[i].path + ": capture at " + std::to_string(captures[i].seconds) +
+        if (!taken[i]) {
+            char at[32];
+            std::snprintf(at, sizeof(at), "%g", captures[i].seconds);
+            throw ProcessingError(captures[i].path + ": capture at " + at +
                                   " s not taken (the video ends before that time)");
+        }
     st.sourceFrames = counter.Position();
     st.skips = st.sourceFrames - distinctShown;
     if (st.skips < 0)

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <string>
 
 #include "Commands.h"
 #include "ToolErrors.h"
@@ -49,7 +50,11 @@ int main(int argc, char** argv)
     } catch (const CLI::CallForVersion& e) {
         return app.exit(e);
     } catch (const CLI::ParseError& e) {
-        std::fprintf(stderr, "dataprocess: %s\nRun 'dataprocess --help' for usage.\n", e.what());
+        // One line, with the help to read: the chosen command's, if any.
+        const auto chosen = app.get_subcommands();
+        const std::string help =
+            chosen.empty() ? "dataprocess --help" : "dataprocess " + chosen.front()->get_name() + " --help";
+        std::fprintf(stderr, "dataprocess: %s (see '%s')\n", e.what(), help.c_str());
         return dptool::kExitUsageError;
     }
     try {
