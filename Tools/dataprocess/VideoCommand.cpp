@@ -1,6 +1,8 @@
 // dataprocess video IN -o OUT [options]
 #include <CLI/CLI.hpp>
 
+#include <cmath>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,6 +35,31 @@ struct VideoArgs {
     std::vector<std::string> captures;
     bool quiet = false;
 };
+
+// The rate as the simplest fraction within a billionth of it (continued
+// fractions): 25 -> 25:1, 12.5 -> 25:2, 30000/1001 -> 30000:1001.
+void RateAsFraction(double rate, int32_t* num, int32_t* den)
+{
+    long long h0 = 1, h1 = 0, k0 = 0, k1 = 1; // convergents h/k
+    double x = rate;
+    for (int i = 0; i < 20; ++i) {
+        const double a = std::floor(x);
+        if (a > INT32_MAX)
+            break;
+        const long long h = static_cast<long long>(a) * h0 + h1, k = static_cast<long long>(a) * k0 + k1;
+        if (h > INT32_MAX || k > INT32_MAX)
+            break;
+        h1 = h0;
+        h0 = h;
+        k1 = k0;
+        k0 = k;
+        if (std::fabs(double(h) / double(k) - rate) <= rate * 1e-9 || x - a < 1e-12)
+            break;
+        x = 1.0 / (x - a);
+    }
+    *num = static_cast<int32_t>(h0);
+    *den = static_cast<int32_t>(k0);
+}
 
 int RunVideoCommand(const VideoArgs& a)
 {
@@ -85,14 +112,8 @@ int RunVideoCommand(const VideoArgs& a)
     Y4mStreamFormat fmt;
     fmt.width = vi->nWidth;
     fmt.height = vi->nHeight;
-    // The output rate as a fraction: exact for the usual integer and NTSC rates.
     const double rate = vi->dFrameRate > 0 ? vi->dFrameRate : source.RateNum() / double(source.RateDen());
-    fmt.rateNum = static_cast<int32_t>(rate * 1001 + 0.5);
-    fmt.rateDen = 1001;
-    if (fmt.rateNum % 1001 == 0) {
-        fmt.rateNum /= 1001;
-        fmt.rateDen = 1;
-    }
+    RateAsFraction(rate, &fmt.rateNum, &fmt.rateDen);
     fmt.aspectX = vi->nAspectX;
     fmt.aspectY = vi->nAspectY;
     fmt.interlace = s.deinterlace ? 'p' : ((source.Interlacing() == '?' ? 'p' : source.Interlacing()));
