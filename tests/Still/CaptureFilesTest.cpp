@@ -137,6 +137,9 @@ TEST(CaptureFiles, TwoCapturingThreadsBesideAReader)
     SyntheticVideoSource src(Clip(64, 48));
     const RESIZE_PARAM box = {80, 60, IMAGE_INTERPOLATION_BILINEAR, IMAGE_RESIZE_LETTERBOX};
     VideoProcess vp(&src, &box, 0.0);
+    // Before its first picture the stage has no output frame and a capture
+    // takes the source's own picture (64 x 48).
+    ASSERT_NE(vp.GetFrame(), nullptr);
 
     std::atomic<bool> stop(false);
     std::thread reader([&] {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,8 @@ struct BadCase {
     int status;
     const char* mentions; // expected in the message
 };
+
+void PrintTo(const BadCase& c, std::ostream* os) { *os << c.name; }
 
 std::string Le32(uint32_t v)
 {
