@@ -51,8 +51,8 @@ class ToolBadInput : public ::testing::TestWithParam<BadCase> {
 protected:
     void SetUp() override
     {
-        ClipSpec spec;
-        MakeClip(dir.File("in.y4m"), spec);
+        ClipShape shape;
+        MakeClip(dir.File("in.y4m"), shape);
         const Bytes clip = ReadBytes(dir.File("in.y4m"));
         WriteBytes(dir.File("short.y4m"), Bytes(clip.begin(), clip.end() - 50));
         WriteBytes(dir.File("notes.y4m"), Text("these are not pictures\n"));
@@ -140,8 +140,8 @@ INSTANTIATE_TEST_SUITE_P(Cases, ToolBadInput, ::testing::ValuesIn(kCases),
 TEST(ToolBadStdin, TruncatedAndMalformedStreams)
 {
     ScratchDir dir;
-    ClipSpec spec;
-    MakeClip(dir.File("in.y4m"), spec);
+    ClipShape shape;
+    MakeClip(dir.File("in.y4m"), shape);
     const Bytes clip = ReadBytes(dir.File("in.y4m"));
     WriteBytes(dir.File("short.y4m"), Bytes(clip.begin(), clip.end() - 50));
     WriteBytes(dir.File("junk.wav"), Text("JUNK" + std::string(60, 'j')));

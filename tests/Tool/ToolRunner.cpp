@@ -208,7 +208,7 @@ bool Exists(const std::string& path)
     return stat(path.c_str(), &st) == 0;
 }
 
-void MakeClip(const std::string& path, const ClipSpec& c)
+void MakeClip(const std::string& path, const ClipShape& c)
 {
     Y4mStreamFormat fmt;
     fmt.width = c.width;

@@ -64,7 +64,7 @@ bool Exists(const std::string& path);
 // A y4m clip: `frames` pictures of w x h at num/den fps, C420jpeg. Picture
 // i has luma FrameLuma(i) everywhere except the marked pixel (luma 235),
 // and neutral chroma.
-struct ClipSpec {
+struct ClipShape {
     int width = 16;
     int height = 8;
     int frames = 10;
@@ -75,7 +75,7 @@ struct ClipSpec {
 };
 inline int FrameLuma(int i) { return 40 + 4 * (i % 40); }
 constexpr int kMarkLuma = 235;
-void MakeClip(const std::string& path, const ClipSpec& spec);
+void MakeClip(const std::string& path, const ClipShape& shape);
 
 // A 16-bit PCM WAV of `frames` sample frames: channel c carries a sine of
 // amplitude 8000 at 441 * (c + 1) Hz.

@@ -20,11 +20,11 @@ protected:
     // A 10-picture 32x16 clip at 25 fps with a mark at (5, 3).
     void SetUp() override
     {
-        spec.width = 32;
-        spec.height = 16;
-        spec.markX = 5;
-        spec.markY = 3;
-        MakeClip(input, spec);
+        shape.width = 32;
+        shape.height = 16;
+        shape.markX = 5;
+        shape.markY = 3;
+        MakeClip(input, shape);
     }
 
     ClipRead RunToFile(std::vector<std::string> options)
@@ -38,7 +38,7 @@ protected:
     }
 
     ScratchDir dir;
-    ClipSpec spec;
+    ClipShape shape;
     const std::string input = dir.File("in.y4m");
     const std::string output = dir.File("out.y4m");
 };
@@ -93,14 +93,14 @@ TEST_F(ToolVideo, QuarterTurnsMoveTheMarkedPixel)
     EXPECT_EQ(ccw.width, H);
     EXPECT_EQ(ccw.height, W);
     ASSERT_EQ(ccw.luma.size(), 10u);
-    EXPECT_EQ(Find(ccw.luma[0], H, kMarkLuma), (Positions{{spec.markY, W - spec.markX}}));
+    EXPECT_EQ(Find(ccw.luma[0], H, kMarkLuma), (Positions{{shape.markY, W - shape.markX}}));
     EXPECT_EQ(Find(ccw.luma[0], H, 16).size(), size_t(H)) << "only row 0 is left black";
 
     const ClipRead cw = RunToFile({"--rotate", "270"});
     ASSERT_TRUE(cw.ok) << cw.error;
     EXPECT_EQ(cw.width, H);
     EXPECT_EQ(cw.height, W);
-    EXPECT_EQ(Find(cw.luma[0], H, kMarkLuma), (Positions{{H - spec.markY, spec.markX}}));
+    EXPECT_EQ(Find(cw.luma[0], H, kMarkLuma), (Positions{{H - shape.markY, shape.markX}}));
     EXPECT_EQ(Find(cw.luma[0], H, 16).size(), size_t(W)) << "only column 0 is left black";
 }
 
