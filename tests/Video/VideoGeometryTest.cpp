@@ -1,0 +1,206 @@
+// Geometry of the video stage: ResizeRect and CalcResizeParam with the
+// integer arithmetic of each step, then the output size, regions and bars
+// the processing stage derives from resize requests, crops and quarter turns.
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "ResizeGeometry.h"
+#include "VideoProcess.h"
+#include "VideoTestSupport.h"
+
+namespace {
+
+using Quad = std::array<int, 4>;
+Quad Of(const IMG_PARAM& p) { return {p.x, p.y, p.cx, p.cy}; }
+Quad Of(const tagRECT& r) { return {r.left, r.top, r.right, r.bottom}; }
+
+TEST(ResizeRect, FitsCentredWithTruncatedSteps)
+{
+    const struct {
+        tagRECT rc;
+        int ax, ay, method;
+        Quad want;
+    } cases[] = {
+        {{0, 0, 640, 480}, 16, 9, 1, {0, 60, 640, 420}},
+        {{0, 0, 1920, 1080}, 4, 3, 1, {240, 0, 1680, 1080}},
+        {{0, 0, 641, 480}, 16, 9, 1, {0, 60, 641, 420}},  // 5769 / 16 = 360, truncated
+        {{0, 0, 100, 51}, 2, 1, 1, {0, 0, 100, 51}},      // one row over: (51 - 50) >> 1 = 0
+        {{10, 20, 110, 120}, 2, 1, 1, {10, 45, 110, 95}}, // an offset rectangle
+        {{0, 0, 640, 480}, 4, 3, 1, {0, 0, 640, 480}},
+        {{0, 0, 640, 480}, 16, 9, 0, {0, 0, 640, 480}}, // stretch
+        {{0, 0, 1920, 1080}, 4, 3, 4, {240, 0, 1680, 1080}}, // 4 fits as 1 does
+        {{0, 0, 640, 480}, 16, 9, 5, {0, 0, 640, 480}},     // crop-fill
+        {{0, 0, 640, 480}, 0, 9, 1, {0, 0, 640, 480}},
+        // Kept: method 2 on 4:3 gives w = 3*16/9 = 5, a fit to 5:3, not 16:9.
+        {{0, 0, 640, 480}, 4, 3, 2, {0, 48, 640, 432}},
+        {{0, 0, 640, 480}, 4000, 3000, 2, {0, 60, 640, 420}},
+        {{0, 0, 1920, 1080}, 16, 9, 3, {240, 0, 1680, 1080}}, // method 3 forces 4:3
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        tagRECT rc = c.rc;
+        ResizeRect(rc, tagSIZE{c.ax, c.ay}, static_cast<IMAGE_RESIZE_METHOD>(c.method));
+        EXPECT_EQ(Of(rc), c.want);
+    }
+}
+
+TEST(CalcResizeParam, RegionsOfA720x576Picture)
+{
+    IMG_PARAM src{}, dst{};
+    src.x = 77;
+    CalcResizeParam(src, dst, 4, 3, 720, 576, nullptr, 640, 480, IMAGE_RESIZE_LETTERBOX);
+    EXPECT_EQ(src.x, 77); // no crop: nothing
+    const IMAGE_RESIZE_METHOD box = IMAGE_RESIZE_LETTERBOX, fill = IMAGE_RESIZE_CROP_FILL;
+    const struct {
+        int ax, ay;
+        tagRECT crop;
+        int dw, dh;
+        IMAGE_RESIZE_METHOD method;
+        Quad src, dst;
+    } cases[] = {
+        {4, 3, {0, 0, 720, 576}, 640, 480, box, {0, 0, 720, 576}, {0, 0, 640, 480}},
+        {16, 9, {0, 0, 720, 576}, 640, 480, box, {0, 0, 720, 576}, {0, 60, 640, 360}},
+        {0, 0, {0, 0, 720, 576}, 640, 480, box, {0, 0, 720, 576}, {20, 0, 600, 480}},
+        // The left half of 16:9 is 8:9 (aspect 8000:9000), pillarboxed.
+        {16, 9, {0, 0, 360, 576}, 640, 480, box, {0, 0, 360, 576}, {107, 0, 426, 480}},
+        // Only left and right decide whether a crop is given.
+        {0, 0, {5, 7, 5, 100}, 720, 576, box, {0, 0, 720, 576}, {0, 0, 720, 576}},
+        // trunc(0.5 + 640*360/640*4/3*576/720) = 384: the source cut to 640:384.
+        {4, 3, {}, 640, 360, fill, {0, 72, 720, 432}, {0, 0, 640, 360}},
+        // 393.6 rounds to 394 here; the stage's own geometry truncates it.
+        {4, 3, {}, 640, 369, fill, {0, 66, 720, 444}, {0, 0, 640, 369}},
+        {0, 0, {}, 576, 576, fill, {72, 0, 576, 576}, {0, 0, 576, 576}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        CalcResizeParam(src, dst, c.ax, c.ay, 720, 576, &c.crop, c.dw, c.dh, c.method);
+        EXPECT_EQ(Of(src), c.src);
+        EXPECT_EQ(Of(dst), c.dst);
+        EXPECT_EQ(dst.nWidth, c.dw);
+    }
+}
+
+// The stage over a flat picture: output size, regions, and the picture
+// rectangle's edges seen from inside and outside in the output frame.
+TEST(VideoProcessGeometry, OutputSizeRegionsAndBars)
+{
+    const IMAGE_RESIZE_METHOD box = IMAGE_RESIZE_LETTERBOX;
+    const struct {
+        const char* what;
+        int sw, ax, ay, rw, rh; // sources 576 high (240 for the turn); rw < 0: no request, 0: follow the aspect
+        IMAGE_RESIZE_METHOD method;
+        tagRECT crop;
+        int rotation, ow, oh;
+        Quad src, dst;
+    } cases[] = {
+        {"16:9 letterboxed", 720, 16, 9, 640, 480, box, {}, 0, 640, 480, {0, 0, 720, 576}, {0, 60, 640, 360}},
+        {"4:3 pillarboxed", 720, 4, 3, 640, 360, box, {}, 0, 640, 360, {0, 0, 720, 576}, {80, 0, 480, 360}},
+        // W = 4 * 576 / 3 = 768, more than 1% wider.
+        {"720x576 as 4:3", 720, 4, 3, 0, 0, box, {}, 0, 768, 576, {0, 0, 720, 576}, {0, 0, 768, 576}},
+        // 5 * 576 / 4 = 720 is under 1% wider than 716: snapped back.
+        {"under 1% wider", 716, 5, 4, 0, 0, box, {}, 0, 716, 576, {0, 0, 716, 576}, {0, 2, 716, 572}},
+        {"tall aspect", 720, 1, 1, 0, 0, box, {}, 0, 720, 720, {0, 0, 720, 576}, {0, 0, 720, 720}},
+        // Kept: the 393.6 that CalcResizeParam rounds is truncated here.
+        {"crop-fill", 720, 4, 3, 640, 369, IMAGE_RESIZE_CROP_FILL, {}, 0, 640, 369, {0, 67, 720, 442},
+         {0, 0, 640, 369}},
+        {"crop, request", 720, 16, 9, 640, 480, box, {0, 0, 360, 576}, 0, 640, 480, {0, 0, 360, 576},
+         {107, 0, 426, 480}},
+        // Half of 16:9 in square pixels: 16/9 * 576 * 360/720 = 512.
+        {"crop, no request", 720, 16, 9, -1, 0, box, {0, 0, 360, 576}, 0, 512, 576, {0, 0, 360, 576},
+         {0, 0, 512, 576}},
+        // The turned 3:4 picture pillarboxed (its top row stays black).
+        {"quarter turn", 320, 0, 0, 640, 480, box, {}, 90, 640, 480, {0, 0, 320, 240}, {140, 0, 360, 480}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        PlaneSource src(c.sw, c.rotation ? 240 : 576);
+        src.FillFlat(200, 100, 160);
+        src.SetAspect(c.ax, c.ay);
+        const RESIZE_PARAM request = {c.rw, c.rh, IMAGE_INTERPOLATION_BILINEAR, c.method};
+        VideoProcess vp(&src, c.rw < 0 ? nullptr : &request, 0.0);
+        if (c.crop.right != 0)
+            vp.SetCropRect(&c.crop, c.method);
+        if (c.rotation)
+            vp.SetRotation(c.rotation, 0, 0);
+        EXPECT_EQ(vp.GetVideoInfo()->nWidth, c.ow);
+        EXPECT_EQ(vp.GetVideoInfo()->nHeight, c.oh);
+        EXPECT_EQ(vp.GetVideoInfo()->nAspectX, 0);
+        IMG_PARAM s, d;
+        vp.GetResizeRegions(&s, &d);
+        EXPECT_EQ(Of(s), c.src);
+        EXPECT_EQ(Of(d), c.dst);
+
+        const MEDIA_FRAME* f = vp.GetFrame();
+        ASSERT_NE(f, nullptr);
+        ASSERT_EQ(f->nWidth, c.ow);
+        ASSERT_EQ(f->nHeight, c.oh);
+        const int l = c.dst[0], t = c.dst[1], r = l + c.dst[2], b = t + c.dst[3], mx = (l + r) / 2, my = (t + b) / 2;
+        const int probes[][3] = {{l, my, 200},   {r - 1, my, 200}, {mx, c.rotation ? -1 : t, 200}, {mx, b - 1, 200},
+                                 {l - 1, my, 16}, {r, my, 16},      {mx, t - 1, 16},                {mx, b, 16}};
+        for (const auto& p : probes) {
+            if (p[0] >= 0 && p[0] < c.ow && p[1] >= 0 && p[1] < c.oh) {
+                EXPECT_EQ(Y(f, p[0], p[1]), p[2]) << p[0] << "," << p[1];
+            }
+        }
+        EXPECT_EQ(U(f, mx / 2, my / 2), 100);
+        EXPECT_EQ(V(f, mx / 2, my / 2), 160);
+        EXPECT_EQ(U(f, mx / 2, 0), t > 0 || c.rotation ? 128 : 100); // a bar or the black turned row
+        if (c.rotation) {
+            vp.SetRotation(0, 0, 0); // upright again: the whole output
+            vp.GetResizeRegions(&s, &d);
+            EXPECT_EQ(Of(d), (Quad{0, 0, 640, 480}));
+        }
+    }
+
+    // Without a request the output keeps the source's size until a crop is
+    // set; the whole picture as a crop takes the display aspect, which stays
+    // reported.
+    PlaneSource src(720, 576);
+    src.SetAspect(16, 9);
+    VideoProcess vp(&src, nullptr, 0.0);
+    EXPECT_EQ(vp.GetVideoInfo()->nWidth, 720);
+    const tagRECT whole = {0, 0, 720, 576};
+    vp.SetCropRect(&whole, IMAGE_RESIZE_LETTERBOX);
+    EXPECT_EQ(vp.GetVideoInfo()->nWidth, 1024); // 16/9 * 576
+    EXPECT_EQ(vp.GetVideoInfo()->nAspectX, 16);
+    EXPECT_EQ(vp.GetVideoInfo()->nAspectY, 9);
+}
+
+TEST(VideoProcessGeometry, CropOfOddWidthIsCutExactly)
+{
+    PlaneSource src(320, 240, 0.0, 3); // padded pitches
+    const MEDIA_FRAME* s = src.Picture();
+    VideoProcess vp(&src, nullptr, 0.0);
+    vp.SetBrightness(1);
+    const MEDIA_FRAME* before = vp.GetFrame();
+    ASSERT_NE(before, nullptr);
+    vp.SetBrightness(0);
+
+    // 101 x 61 becomes 100 x 60 (the right and bottom edges move in).
+    const tagRECT crop = {10, 20, 111, 81};
+    vp.SetCropRect(&crop, IMAGE_RESIZE_LETTERBOX);
+    EXPECT_EQ(vp.GetVideoInfo()->nWidth, 100);
+    EXPECT_EQ(vp.GetVideoInfo()->nHeight, 60);
+    // The frame handed out before the change is still valid.
+    EXPECT_EQ(Y(before, 319, 239), Y(s, 319, 239) + 1);
+
+    const MEDIA_FRAME* f = vp.GetFrame();
+    ASSERT_NE(f, nullptr);
+    ASSERT_EQ(f->nWidth, 100);
+    for (int y = 0; y < 60; ++y)
+        for (int x = 0; x < 100; ++x) {
+            ASSERT_EQ(Y(f, x, y), Y(s, 10 + x, 20 + y)) << x << "," << y;
+            ASSERT_EQ(U(f, x / 2, y / 2), U(s, 5 + x / 2, 10 + y / 2)) << x << "," << y;
+        }
+
+    // An empty rectangle is the whole picture: the size follows the source
+    // and, with nothing else set, frames pass through again. Null: nothing.
+    const tagRECT none = {0, 0, 0, 0};
+    vp.SetCropRect(&none, IMAGE_RESIZE_LETTERBOX);
+    EXPECT_EQ(vp.GetFrame(), s);
+    vp.SetCropRect(nullptr, IMAGE_RESIZE_LETTERBOX);
+    EXPECT_EQ(vp.GetVideoInfo()->nWidth, 320);
+}
+
+} // namespace
