@@ -250,22 +250,22 @@ TEST(Bmp2Jpeg, RefusedOrDamagedBitmapsLeaveNoOutput)
     // 21 pixels: 63 bytes and one byte of padding a row.
     const std::vector<uint8_t> good = BuildBmp24(MakeSmooth(21, 12));
     auto cut = [&](size_t n) { return std::vector<uint8_t>(good.begin(), good.begin() + n); };
-    auto patch = [&](std::initializer_list<std::pair<size_t, uint8_t>> bytes) {
+    auto patch = [&](std::initializer_list<size_t> offsets, uint8_t value) {
         std::vector<uint8_t> f = good;
-        for (const auto& b : bytes)
-            f[b.first] = b.second;
+        for (size_t at : offsets)
+            f[at] = value;
         return f;
     };
     // The width of the decoded output; 0: no output.
     const struct { const char* name; std::vector<uint8_t> bytes; int width; } cases[] = {
-        {"bits32", patch({{28, 32}}), 0}, {"notbm", patch({{0, 'X'}}), 0}, {"shortheader", cut(53), 0},
-        {"headeronly", cut(54), 0}, {"truncated", cut(good.size() - 61), 0}, {"zerowidth", patch({{18, 0}}), 0},
+        {"bits32", patch({28}, 32), 0}, {"notbm", patch({0}, 'X'), 0}, {"shortheader", cut(53), 0},
+        {"headeronly", cut(54), 0}, {"truncated", cut(good.size() - 61), 0}, {"zerowidth", patch({18}, 0), 0},
         // 65535 x 65535 pixels over a few bytes: refused before 12 GiB are allocated.
-        {"lying", patch({{18, 0xFF}, {19, 0xFF}, {22, 0xFF}, {23, 0xFF}}), 0},
+        {"lying", patch({18, 19, 22, 23}, 0xFF), 0},
         // Only the missing padding of the very last row is forgiven.
         {"lastpixel", cut(good.size() - 2), 0}, {"lastpad", cut(good.size() - 1), 21},
         // Kept as designed: the sizes are the low 16 bits of the fields.
-        {"widthabove16bits", patch({{20, 1}}), 21},
+        {"widthabove16bits", patch({20}, 1), 21},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -14,8 +14,7 @@ namespace stilltest {
 
 // A top-down picture of 3-byte pixels in red, green, blue order.
 struct Picture {
-    int width = 0;
-    int height = 0;
+    int width = 0, height = 0;
     std::vector<uint8_t> rgb;
 
     const uint8_t* at(int x, int y) const { return &rgb[(size_t(y) * width + x) * 3]; }
@@ -36,11 +35,7 @@ uint32_t Le(const std::vector<uint8_t>& f, size_t at, int bytes);
 
 std::vector<uint8_t> ReadFile(const std::string& path);
 bool WriteFile(const std::string& path, const std::vector<uint8_t>& bytes);
-inline bool FileExists(const std::string& path)
-{
-    std::error_code ec;
-    return std::filesystem::exists(path, ec);
-}
+inline bool FileExists(const std::string& path) { return std::filesystem::exists(path); }
 
 // A fresh folder under the system's temporary folder, removed with
 // everything in it when the object goes.
@@ -65,11 +60,7 @@ double Psnr(const Picture& a, const Picture& b);
 
 // One marker segment: the marker's second byte, the length field (0 for
 // SOI and EOI) and the payload after the length field.
-struct Segment {
-    uint8_t marker = 0;
-    unsigned length = 0;
-    std::vector<uint8_t> payload;
-};
+struct Segment { uint8_t marker; unsigned length; std::vector<uint8_t> payload; };
 
 // Splits the file into SOI, the segments up to SOS, and EOI; the bytes
 // between SOS and EOI are the entropy-coded data. False when the structure
