@@ -210,7 +210,7 @@ TEST(Bmp2Jpeg, SegmentsTablesAndStuffedEntropyData)
         if (entropy[i] == 0xFF) {
             ++ffCount;
             ASSERT_LT(i + 1, entropy.size());
-            EXPECT_EQ(entropy[++i], 0x00) << "after " << ffCount << " 0xFF bytes";
+            EXPECT_EQ(entropy[++i], 0x00) << "0xFF number " << ffCount;
         }
     EXPECT_GT(ffCount, 0u);
     Picture out;
@@ -296,8 +296,9 @@ TEST(Bmp2Jpeg, MissingOutputFolderIsCreatedOneLevelDeep)
 
 TEST(Bmp2Jpeg, DecodedPictureIsCloseToTheSource)
 {
-    const struct { Picture pic; double minPsnr; } cases[] = {{MakeSmooth(256, 192), 30.0}, {MakeSmooth(61, 35), 30.0},
-                 {MakeFlat(40, 24, 128, 128, 128), 45.0}, {MakeFlat(23, 17, 250, 140, 20), 40.0}};
+    const struct { Picture pic; double minPsnr; } cases[] = {
+        {MakeSmooth(256, 192), 30.0}, {MakeSmooth(61, 35), 30.0},      // smooth, the second padded
+        {MakeFlat(40, 24, 128, 128, 128), 45.0}, {MakeFlat(23, 17, 250, 140, 20), 40.0}}; // flat colours
     TempDir dir;
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.pic.width << " x " << c.pic.height);
