@@ -1,173 +1,223 @@
-// Brightness, contrast and saturation: values worked by hand from the table
-// formulas (integer division truncating toward zero, video-range clamps).
-#include "ImageAdjust.h"
-
+// In-place picture changes: brightness, contrast and saturation (values
+// worked by hand from the table formulas: division truncating toward zero,
+// video-range clamps), flips, deinterlacing and effects on frames made by
+// CreateYV12Frame.
 #include "Frame.h"
+#include "ImageAdjust.h"
+#include "ImageDeinterlace.h"
+#include "ImageFilter.h"
+#include "ImageFlip.h"
+#include "ImageTestPlane.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <vector>
+#include <memory>
+#include <numeric>
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using Bytes = std::vector<uint8_t>;
 
-// Planes of a w x h picture with wider pitches, every byte set to `fill`;
-// the sample area is then set to the given values.
-struct Planes {
-    int w, h, pitchY, pitchC;
-    Bytes y, u, v;
-    Planes(int width, int height, int padY, int padC, unsigned char fill)
-        : w(width), h(height), pitchY(width + padY), pitchC((width + 1) / 2 + padC),
-          y(static_cast<size_t>(pitchY) * height, fill), u(static_cast<size_t>(pitchC) * ((height + 1) / 2), fill),
-          v(u.size(), fill)
+struct FrameDeleter {
+    void operator()(MEDIA_FRAME* f) const { ReleaseYV12Frame(f); }
+};
+using FramePtr = std::unique_ptr<MEDIA_FRAME, FrameDeleter>;
+
+// A frame whose planes hold the given bytes, alpha 77.
+FramePtr MakeFrame(int w, int h, const Bytes& y, const Bytes& u, const Bytes& v)
+{
+    FramePtr f(CreateYV12Frame(w, h, 1, 1));
+    std::copy(y.begin(), y.end(), f->pY);
+    std::copy(u.begin(), u.end(), f->pU);
+    std::copy(v.begin(), v.end(), f->pV);
+    std::fill(f->pAlpha, f->pAlpha + static_cast<size_t>(w) * h, 77);
+    return f;
+}
+
+// Y, U, V and alpha of a frame.
+std::vector<Bytes> FrameBytes(const MEDIA_FRAME* f)
+{
+    const size_t n = static_cast<size_t>(f->nWidth) * f->nHeight;
+    const size_t c = static_cast<size_t>((f->nWidth + 1) / 2) * ((f->nHeight + 1) / 2);
+    return {Bytes(f->pY, f->pY + n), Bytes(f->pU, f->pU + c), Bytes(f->pV, f->pV + c), Bytes(f->pAlpha, f->pAlpha + n)};
+}
+
+Bytes Iota(size_t n, int start)
+{
+    Bytes b(n);
+    std::iota(b.begin(), b.end(), static_cast<uint8_t>(start));
+    return b;
+}
+
+// Planes of a 5 x 3 picture (chroma 3 x 2) in buffers with padded pitches;
+// everything but the samples is kSent.
+struct AdjustPlanes {
+    TestPlane y{7, 3, 7}, u{4, 2, 4}, v{4, 2, 4};
+    AdjustPlanes(int valueY, int valueU, int valueV)
     {
+        y.Fill(0, 0, 5, 3, [=](int, int) { return valueY; });
+        u.Fill(0, 0, 3, 2, [=](int, int) { return valueU; });
+        v.Fill(0, 0, 3, 2, [=](int, int) { return valueV; });
     }
-    void SetLuma(unsigned char value)
-    {
-        for (int r = 0; r < h; ++r)
-            std::memset(&y[static_cast<size_t>(r) * pitchY], value, static_cast<size_t>(w));
-    }
-    void SetChroma(unsigned char valueU, unsigned char valueV)
-    {
-        for (int r = 0; r < (h + 1) / 2; ++r) {
-            std::memset(&u[static_cast<size_t>(r) * pitchC], valueU, static_cast<size_t>((w + 1) / 2));
-            std::memset(&v[static_cast<size_t>(r) * pitchC], valueV, static_cast<size_t>((w + 1) / 2));
-        }
-    }
-    // Every sample of the area equals `value` and every padding byte `pad`.
-    static void ExpectPlane(const Bytes& p, int pitch, int width, int rows, int value, int pad, const char* name)
-    {
-        for (int r = 0; r < rows; ++r)
-            for (int x = 0; x < pitch; ++x)
-                EXPECT_EQ(x < width ? value : pad, p[static_cast<size_t>(r) * pitch + x])
-                    << name << " " << x << "," << r;
-    }
-    void Expect(int valueY, int valueU, int valueV, int pad)
-    {
-        ExpectPlane(y, pitchY, w, h, valueY, pad, "Y");
-        ExpectPlane(u, pitchC, (w + 1) / 2, (h + 1) / 2, valueU, pad, "U");
-        ExpectPlane(v, pitchC, (w + 1) / 2, (h + 1) / 2, valueV, pad, "V");
-    }
+    std::vector<Bytes> All() const { return {y.bytes, u.bytes, v.bytes}; }
 };
 
-// One luma and one chroma value through a single adjustment.
-struct Case {
-    int setting;
-    int in;
-    int out;
-};
+// One setting through one adjustment. Both chroma planes are walked with
+// the U pitch: the V pitch passed (1000) is not read. Settings outside
+// -100..100 are taken as the nearest end.
+TEST(Adjust, BrightnessContrastSaturation)
+{
+    enum { kBright, kContrast, kSat };
+    struct Case {
+        int which, setting, inY, outY, inC, outC;
+    };
+    const Case cases[] = {
+        {kBright, 100, 200, 235, 60, 60}, // clamped to 235; chroma untouched
+        {kBright, -100, 50, 16, 60, 60},
+        {kBright, 0, 10, 16, 60, 60}, // the table at 0 still clamps to video range
+        {kBright, -1000, 200, 100, 60, 60},
+        {kContrast, 100, 200, 235, 100, 72},  // (72 x 100) / 100 + 200 = 272, clamped; chroma -28 + 100
+        {kContrast, -100, 200, 128, 30, 128}, // everything becomes 128
+        {kContrast, 50, 100, 86, 101, 88},    // (-27 x 50) / 100 = -13 (toward zero, not -14) + 101
+        {kContrast, 100, 20, 16, 250, 240},   // clamps: luma 16, chroma 240
+        {kSat, 50, 77, 77, 138, 153},         // counts three times, index 450: (10 x 150) / 100 + 138
+        {kSat, 100, 77, 77, 138, 168},        // index 600: factor 4
+        {kSat, 500, 77, 77, 138, 168},
+        {kSat, -100, 77, 77, 200, 128}, // index 200: grey
+        {kSat, -50, 77, 77, 100, 114},  // index 250: (-28 x -50) / 100 + 100
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "adjustment " << c.which << " setting " << c.setting);
+        AdjustPlanes p(c.inY, c.inC, c.inC);
+        auto fn = c.which == kBright ? AdjustBrightness : c.which == kContrast ? AdjustContrast : AdjustSaturation;
+        fn(p.y.data(), p.u.data(), p.v.data(), p.y.pitch, p.u.pitch, 1000, 5, 3, c.setting);
+        EXPECT_EQ(AdjustPlanes(c.outY, c.outC, c.outC).All(), p.All());
+    }
+}
+
+// Brightness before contrast: 100 -> 150 -> (22 x 100) / 100 + 150 = 172
+// (the other order would give 122); chroma: contrast 138 -> 148, then
+// saturation +50: (20 x 150) / 100 + 148 = 178.
+TEST(Adjust, AdjustImageOrderAndFrameForm)
+{
+    AdjustPlanes p(100, 138, 138);
+    AdjustImage(p.y.data(), p.u.data(), p.v.data(), p.y.pitch, p.u.pitch, p.v.pitch, 5, 3, 50, 100, 50);
+    EXPECT_EQ(AdjustPlanes(172, 178, 178).All(), p.All());
+    // The frame form uses the packed pitches (the pitch fields are not read);
+    // settings of 0 change nothing, not even by the clamps.
+    FramePtr f = MakeFrame(5, 3, Iota(15, 0), Bytes(6, 128), Bytes(6, 128));
+    f->nPitchY = f->nPitchU = f->nPitchV = 64;
+    AdjustImage(f.get(), 0, 0, 0);
+    EXPECT_EQ(Iota(15, 0), FrameBytes(f.get())[0]);
+    AdjustImage(f.get(), 100, 0, 0);
+    EXPECT_EQ((std::vector<Bytes>{Iota(15, 100), Bytes(6, 128), Bytes(6, 128), Bytes(15, 77)}), FrameBytes(f.get()));
+    AdjustImage(nullptr, 10, 10, 10);
+}
+
+// 5 x 2 mirrored: chroma rows are 3 bytes, only their first and last swap.
+// 5 x 3 flipped: luma rows 0 and 2 swap, row 1 stays; chroma has 2 rows of 3.
+// Alpha stays; null and 1 x 1 frames are safe.
+TEST(FlipImage, OddWidthAndOddHeight)
+{
+    FramePtr h = MakeFrame(5, 2, Iota(10, 1), {21, 22, 23}, {31, 32, 33});
+    FlipImageHorz(h.get());
+    EXPECT_EQ((std::vector<Bytes>{{5, 4, 3, 2, 1, 10, 9, 8, 7, 6}, {23, 22, 21}, {33, 32, 31}, Bytes(10, 77)}),
+              FrameBytes(h.get()));
+    FramePtr v = MakeFrame(5, 3, Iota(15, 1), Iota(6, 21), Iota(6, 31));
+    FlipImageVert(v.get());
+    EXPECT_EQ((std::vector<Bytes>{{11, 12, 13, 14, 15, 6, 7, 8, 9, 10, 1, 2, 3, 4, 5},
+                                  {24, 25, 26, 21, 22, 23},
+                                  {34, 35, 36, 31, 32, 33},
+                                  Bytes(15, 77)}),
+              FrameBytes(v.get()));
+    FlipImageHorz(nullptr);
+    FlipImageVert(nullptr);
+    FramePtr one = MakeFrame(1, 1, {50}, {60}, {70});
+    FlipImageHorz(one.get());
+    FlipImageVert(one.get());
+    EXPECT_EQ((std::vector<Bytes>{{50}, {60}, {70}, {77}}), FrameBytes(one.get()));
+}
+
+// A 2-wide frame from one value per row (luma rows r, r + 1; U and V alike).
+FramePtr RowsFrame(const Bytes& lumaRows, const Bytes& chromaRows)
+{
+    Bytes y;
+    for (uint8_t r : lumaRows)
+        y.insert(y.end(), {r, static_cast<uint8_t>(r + 1)});
+    return MakeFrame(2, static_cast<int>(lumaRows.size()), y, chromaRows, chromaRows);
+}
+
+TEST(DeinterlaceImage, FourMethodsAndNoOps)
+{
+    struct Case {
+        int style;
+        Bytes rowsY, rowsC;
+    };
+    const Bytes inY{10, 99, 31, 98, 50}, inC{40, 97, 61};
+    const Case cases[] = {
+        {1, {10, 10, 31, 31, 50}, {40, 40, 61}}, // odd rows copy the row above
+        {2, {99, 99, 98, 98, 50}, {97, 97, 61}}, // even rows copy the row below; last stays
+        {3, {10, 20, 31, 40, 50}, {40, 50, 61}}, // (10 + 31) >> 1, (31 + 50) >> 1, (40 + 61) >> 1
+        {4, {10, 99, 98, 98, 50}, {40, 97, 61}}, // row 2 = (99 + 98) >> 1; row 0 and the last stay
+        {0, inY, inC}, {5, inY, inC}, {7, inY, inC}, {-1, inY, inC}, // no-ops
+    };
+    for (const Case& c : cases) {
+        FramePtr f = RowsFrame(inY, inC);
+        DeinterlaceImage(f.get(), static_cast<DEINTERLACE_STYLE>(c.style));
+        EXPECT_EQ(FrameBytes(RowsFrame(c.rowsY, c.rowsC).get()), FrameBytes(f.get())) << "style " << c.style;
+    }
+    // Four rows: the last odd row has no row below and stays.
+    FramePtr f = RowsFrame({10, 99, 31, 98}, {40, 97});
+    DeinterlaceImage(f.get(), DEINTERLACE_BLEND_ODD);
+    EXPECT_EQ(FrameBytes(RowsFrame({10, 20, 31, 98}, {40, 97}).get()), FrameBytes(f.get()));
+    DeinterlaceImage(nullptr, DEINTERLACE_DOUBLE_EVEN);
+}
+
+// A 3 x 2 frame, luma {0, 16, 128, 129, 200, 255}, U {16, 240}, V {200, 55}.
+// The two-tone filters split luma at 129; the negative XORs chroma with 255
+// and keeps luma.
+TEST(Filters, ChromaFillsThresholdsAndNegative)
+{
+    const Bytes y{0, 16, 128, 129, 200, 255}, u{16, 240}, v{200, 55};
+    struct Case {
+        void (*fn)(MEDIA_FRAME*);
+        Bytes y, u, v;
+    };
+    const Case cases[] = {
+        {FilterGray, y, {128, 128}, {128, 128}},
+        {FilterOldPhoto, y, {116, 116}, {137, 137}},
+        {FilterBlackWhite, {16, 16, 16, 235, 235, 235}, {128, 128}, {128, 128}},
+        {FilterWhiteBlack, {235, 235, 235, 16, 16, 16}, {128, 128}, {128, 128}},
+        {FilterNegative, y, {239, 15}, {55, 200}},
+    };
+    for (const Case& c : cases) {
+        FramePtr f = MakeFrame(3, 2, y, u, v);
+        c.fn(f.get());
+        EXPECT_EQ((std::vector<Bytes>{c.y, c.u, c.v, Bytes(6, 77)}), FrameBytes(f.get()));
+        c.fn(nullptr);
+    }
+}
+
+// 3 x 3, neighbour 4 bytes further: samples 0..4 take theirs from the plane
+// (sample 2's is the first of row 2); samples 5..8 read past it, in V
+// (already 128) in the packed layout, as 128 in any other, and keep their
+// values, clamped: 100 - 140 + 128 = 88, ..., 130 - 10 + 128 = 248 -> 235,
+// 140 - 240 + 128 = 28, then 150, 160, 10 -> 16, 240 -> 235.
+TEST(Filters, EmbossLastRowKeepsItsValues)
+{
+    const Bytes y{100, 110, 120, 130, 140, 150, 160, 10, 240}, want{88, 88, 88, 235, 28, 150, 160, 16, 235};
+    FramePtr f = MakeFrame(3, 3, y, {1, 2, 3, 4}, {5, 6, 7, 8});
+    FilterEmboss(f.get());
+    EXPECT_EQ((std::vector<Bytes>{want, Bytes(4, 128), Bytes(4, 128), Bytes(9, 77)}), FrameBytes(f.get()));
+    // Planes in separate buffers: nothing past the luma plane is read.
+    Bytes sy = y, su(4, 1), sv(4, 2);
+    MEDIA_FRAME other{};
+    other.nFrameType = 2;
+    other.pY = sy.data(), other.pU = su.data(), other.pV = sv.data();
+    other.nWidth = other.nHeight = 3;
+    FilterEmboss(&other);
+    EXPECT_EQ(want, sy);
+    FilterEmboss(nullptr);
+}
 
 } // namespace
-
-TEST(AdjustBrightness, ShiftsLumaOnlyWithinVideoRange)
-{
-    const Case cases[] = {{100, 200, 235}, {-100, 50, 16}, {10, 100, 110}, {-20, 100, 80}, {0, 10, 16}};
-    for (const Case& c : cases) {
-        Planes p(5, 3, 2, 1, 0xEE);
-        p.SetLuma(static_cast<unsigned char>(c.in));
-        p.SetChroma(60, 200);
-        AdjustBrightness(p.y.data(), p.u.data(), p.v.data(), p.pitchY, p.pitchC, p.pitchC, p.w, p.h, c.setting);
-        SCOPED_TRACE(c.setting);
-        p.Expect(c.out, 60, 200, 0xEE);
-    }
-}
-
-TEST(AdjustContrast, ScalesAboutMidGreyTruncatingTowardZero)
-{
-    struct Both {
-        int setting, inY, outY, inC, outC;
-    };
-    const Both cases[] = {
-        {100, 200, 235, 100, 72},  // (72 x 100) / 100 + 200 = 272, clamped; chroma (-28) + 100
-        {-100, 200, 128, 30, 128}, // everything becomes 128
-        {50, 100, 86, 101, 88},    // (-27 x 50) / 100 = -13 (toward zero, not -14) + 101
-        {100, 20, 16, 250, 240},   // clamps: luma 16, chroma 240
-    };
-    for (const Both& c : cases) {
-        Planes p(5, 3, 2, 1, 0xEE);
-        p.SetLuma(static_cast<unsigned char>(c.inY));
-        p.SetChroma(static_cast<unsigned char>(c.inC), static_cast<unsigned char>(c.inC));
-        AdjustContrast(p.y.data(), p.u.data(), p.v.data(), p.pitchY, p.pitchC, p.pitchC, p.w, p.h, c.setting);
-        SCOPED_TRACE(c.setting);
-        p.Expect(c.outY, c.outC, c.outC, 0xEE);
-    }
-}
-
-TEST(AdjustContrast, WalksVWithTheUPitch)
-{
-    // nPitchV is not read: a wrong one changes nothing.
-    Planes p(4, 4, 0, 1, 0xEE);
-    p.SetLuma(128);
-    p.SetChroma(100, 100);
-    AdjustContrast(p.y.data(), p.u.data(), p.v.data(), p.pitchY, p.pitchC, 1000, p.w, p.h, 100);
-    p.Expect(128, 72, 72, 0xEE);
-}
-
-TEST(AdjustSaturation, PositiveCountsThreeTimes)
-{
-    const Case cases[] = {
-        {50, 138, 153},   // index 450: (10 x 150) / 100 + 138
-        {100, 138, 168},  // index 600: factor 4
-        {-100, 200, 128}, // index 200: grey
-        {-50, 100, 114},  // index 250: (-28 x -50) / 100 + 100
-        {100, 200, 240},  // clamped
-    };
-    for (const Case& c : cases) {
-        Planes p(3, 3, 1, 2, 0xEE);
-        p.SetLuma(77);
-        p.SetChroma(static_cast<unsigned char>(c.in), static_cast<unsigned char>(c.in));
-        AdjustSaturation(p.y.data(), p.u.data(), p.v.data(), p.pitchY, p.pitchC, 0, p.w, p.h, c.setting);
-        SCOPED_TRACE(c.setting);
-        p.Expect(77, c.out, c.out, 0xEE);
-    }
-}
-
-TEST(AdjustImage, AppliesBrightnessBeforeContrast)
-{
-    // Brightness first: 100 -> 150 -> (22 x 100) / 100 + 150 = 172. The other
-    // order would give 100 -> 72 -> 122.
-    Planes p(2, 2, 0, 0, 0);
-    p.SetLuma(100);
-    p.SetChroma(138, 138);
-    AdjustImage(p.y.data(), p.u.data(), p.v.data(), 2, 1, 1, 2, 2, 50, 100, 50);
-    // Chroma: contrast 138 -> 148, then saturation +50: (20 x 150) / 100 + 148 = 178.
-    p.Expect(172, 178, 178, 0);
-}
-
-TEST(AdjustImage, FrameFormUsesPackedPitchesAndZeroChangesNothing)
-{
-    MEDIA_FRAME* f = CreateYV12Frame(5, 3, 1, 1);
-    ASSERT_NE(nullptr, f);
-    // Misleading pitch fields are not read.
-    f->nPitchY = 64;
-    f->nPitchU = f->nPitchV = 64;
-    const size_t luma = 15, chroma = 6;
-    const Bytes before(f->pY, f->pY + luma + 2 * chroma + luma);
-    AdjustImage(f, 0, 0, 0);
-    EXPECT_EQ(before, Bytes(f->pY, f->pY + before.size()));
-
-    AdjustImage(f, 100, 0, 0);
-    for (size_t i = 0; i < luma; ++i)
-        EXPECT_EQ(116, f->pY[i]); // 16 + 100
-    for (size_t i = 0; i < chroma; ++i) {
-        EXPECT_EQ(128, f->pU[i]);
-        EXPECT_EQ(128, f->pV[i]);
-    }
-    for (size_t i = 0; i < luma; ++i)
-        EXPECT_EQ(255, f->pAlpha[i]);
-    AdjustImage(nullptr, 10, 10, 10);
-    ReleaseYV12Frame(f);
-}
-
-TEST(AdjustImage, SettingsOutsideTheRangeAreTakenAsItsEnds)
-{
-    Planes p(2, 2, 0, 0, 0);
-    p.SetLuma(200);
-    p.SetChroma(138, 138);
-    AdjustImage(p.y.data(), p.u.data(), p.v.data(), 2, 1, 1, 2, 2, 0, 0, 500);
-    p.Expect(200, 168, 168, 0);
-    AdjustBrightness(p.y.data(), nullptr, nullptr, 2, 1, 1, 2, 2, -1000);
-    p.Expect(100, 168, 168, 0);
-}

@@ -1,608 +1,383 @@
 // Colour conversion: expected values are worked by hand from the fixed-point
 // formulas (10-bit pixel routines, 13-bit planes-to-RGB, 14-bit RGB-to-planes).
+// Planes and bitmaps end at their last pixel and start out as kSent.
 #include "ImageConvert.h"
+#include "ImageTestPlane.h"
 #include "KernelDispatch.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
+#include <array>
+#include <functional>
 #include <random>
-#include <vector>
+#include <string>
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using Bytes = std::vector<uint8_t>;
+using Ints = std::vector<int>;
 
 struct Rgb {
     int r, g, b;
 };
-
-constexpr Rgb kRed{255, 0, 0};
-constexpr Rgb kGreen{0, 255, 0};
-constexpr Rgb kBlue{0, 0, 255};
-constexpr Rgb kWhite{255, 255, 255};
-constexpr Rgb kBlack{0, 0, 0};
-
-BITMAPINFOHEADER MakeHeader(int width, int height, int bitCount)
-{
-    BITMAPINFOHEADER h;
-    std::memset(&h, 0, sizeof(h));
-    h.biSize = sizeof(h);
-    h.biWidth = width;
-    h.biHeight = height;
-    h.biPlanes = 1;
-    h.biBitCount = static_cast<uint16_t>(bitCount);
-    return h;
-}
-
-int RowBytes(int width, int bitCount) { return bitCount == 24 ? (width * 24 + 31) / 32 * 4 : width * 4; }
-
-// A bottom-up (or top-down) bitmap buffer of exactly its size.
-struct Bitmap {
-    BITMAPINFOHEADER header;
-    int rowBytes;
-    bool topDown;
-    Bytes bits;
-
-    Bitmap(int width, int height, int bitCount, unsigned char fill, bool topDownRows = false)
-        : header(MakeHeader(width, height, bitCount)), rowBytes(RowBytes(width, bitCount)), topDown(topDownRows),
-          bits(static_cast<size_t>(RowBytes(width, bitCount)) * height, fill)
-    {
-    }
-
-    unsigned char* Pixel(int x, int y)
-    {
-        const int row = topDown ? y : header.biHeight - 1 - y;
-        return &bits[static_cast<size_t>(row) * rowBytes + static_cast<size_t>(x) * (header.biBitCount / 8)];
-    }
-
-    void Set(int x, int y, Rgb c, unsigned char fourth = 0)
-    {
-        unsigned char* p = Pixel(x, y);
-        p[0] = static_cast<unsigned char>(c.b);
-        p[1] = static_cast<unsigned char>(c.g);
-        p[2] = static_cast<unsigned char>(c.r);
-        if (header.biBitCount == 32)
-            p[3] = fourth;
-    }
-
-    // {B, G, R} of a pixel.
-    std::vector<int> Bgr(int x, int y)
-    {
-        const unsigned char* p = Pixel(x, y);
-        return {p[0], p[1], p[2]};
-    }
-};
+constexpr Rgb kRed{255, 0, 0}, kGreen{0, 255, 0}, kBlue{0, 0, 255}, kWhite{255, 255, 255}, kBlack{0, 0, 0};
 
 // A plane of exactly pitch x rows bytes.
-struct Plane {
-    int pitch;
-    Bytes data;
-    Plane(int pitchBytes, int rows, unsigned char fill)
-        : pitch(pitchBytes), data(static_cast<size_t>(pitchBytes) * rows, fill)
+TestPlane Plane(int pitch, int rows, uint8_t fill = kSent) { return TestPlane(pitch, rows, pitch, 1, fill); }
+
+// A bitmap, bottom-up unless topDown; 24-bit rows padded to four bytes (the
+// last row in memory only up to its last pixel).
+struct Bitmap : TestPlane {
+    BITMAPINFOHEADER header{};
+    bool topDown;
+    Bitmap(int w, int h, int bits, uint8_t fill = kSent, bool td = false)
+        : TestPlane(w, h, bits == 24 ? (w * 3 + 3) / 4 * 4 : w * 4, bits / 8, fill), topDown(td)
     {
+        header.biSize = sizeof(header), header.biWidth = w, header.biHeight = h, header.biPlanes = 1;
+        header.biBitCount = static_cast<uint16_t>(bits);
     }
-    unsigned char* Ptr() { return data.data(); }
-    unsigned char& At(int x, int y) { return data[static_cast<size_t>(y) * pitch + x]; }
+    uint8_t* Px(int x, int y) { return &(topDown ? at(x, y) : bu(x, y)); }
+    void Set(int x, int y, Rgb c, int fourth = 0)
+    {
+        uint8_t* p = Px(x, y);
+        p[0] = static_cast<uint8_t>(c.b), p[1] = static_cast<uint8_t>(c.g), p[2] = static_cast<uint8_t>(c.r);
+        if (bpp == 4)
+            p[3] = static_cast<uint8_t>(fourth);
+    }
+    // {R, G, B} of the pixels of the top-left w x h, row by row.
+    Grid RgbOf(int w, int h)
+    {
+        Grid g;
+        for (int i = 0; i < w * h; ++i)
+            g.push_back({Px(i % w, i / w)[2], Px(i % w, i / w)[1], Px(i % w, i / w)[0]});
+        return g;
+    }
 };
 
-std::vector<int> BgrOf(int r, int g, int b) { return {b, g, r}; }
-
-} // namespace
-
-// ---------------------------------------------------------------------------
-// Single pixels, 10-bit.
-
-TEST(PixelConvert, RgbToYuvStudioRangeEnds)
+// Single pixels, 10-bit, both ways: the studio-range ends, the primaries
+// (red: Y (263*255 + 16896) >> 10 = 81, U (-38760 + 131584) >> 10 = 90,
+// V (114750 + 131584) >> 10 = 240) and clamping of input and output.
+TEST(PixelConvert, RgbToYuvAndBack)
 {
-    int y, u, v;
-    PixelRGB_2_YUV(0, 0, 0, y, u, v);
-    EXPECT_EQ(16, y);
-    EXPECT_EQ(128, u);
-    EXPECT_EQ(128, v);
-    PixelRGB_2_YUV(255, 255, 255, y, u, v);
-    EXPECT_EQ(235, y);
-    EXPECT_EQ(128, u);
-    EXPECT_EQ(128, v);
+    using Fn = void (*)(int, int, int, int&, int&, int&);
+    const std::pair<Fn, std::array<int, 6>> cases[] = {
+        {PixelRGB_2_YUV, {0, 0, 0, 16, 128, 128}},       {PixelRGB_2_YUV, {255, 255, 255, 235, 128, 128}},
+        {PixelRGB_2_YUV, {255, 0, 0, 81, 90, 240}},      {PixelRGB_2_YUV, {0, 255, 0, 144, 54, 34}},
+        {PixelRGB_2_YUV, {0, 0, 255, 41, 240, 110}},     {PixelRGB_2_YUV, {1000, 1000, 1000, 235, 128, 128}},
+        {PixelRGB_2_YUV, {0, 0, 2000, 211, 240, 16}},    {PixelYUV_2_RGB, {16, 128, 128, 0, 0, 0}},
+        {PixelYUV_2_RGB, {235, 128, 128, 255, 255, 255}},
+        // R (96552 + 392160 - 227712) >> 10 = 254, G and B clamped.
+        {PixelYUV_2_RGB, {81, 90, 240, 254, 0, 0}},
+        // G (280120 - 199920 - 36090 + 139392) >> 10 = 179, B 183090 >> 10 = 178.
+        {PixelYUV_2_RGB, {235, 90, 240, 255, 179, 178}}};
+    for (const auto& c : cases) {
+        const std::array<int, 6>& v = c.second;
+        int a, b, d;
+        c.first(v[0], v[1], v[2], a, b, d);
+        EXPECT_EQ((Ints{v[3], v[4], v[5]}), (Ints{a, b, d})) << v[0] << "," << v[1] << "," << v[2];
+    }
 }
 
-TEST(PixelConvert, RgbToYuvPrimaries)
-{
-    int y, u, v;
-    // Red: Y = (263*255 + 16896) >> 10 = 81, U = (-38760 + 131584) >> 10 = 90,
-    // V = (114750 + 131584) >> 10 = 240.
-    PixelRGB_2_YUV(255, 0, 0, y, u, v);
-    EXPECT_EQ(81, y);
-    EXPECT_EQ(90, u);
-    EXPECT_EQ(240, v);
-    // Green: 148476 >> 10 = 144, 55594 >> 10 = 54, 35449 >> 10 = 34.
-    PixelRGB_2_YUV(0, 255, 0, y, u, v);
-    EXPECT_EQ(144, y);
-    EXPECT_EQ(54, u);
-    EXPECT_EQ(34, v);
-    // Blue: 42396 >> 10 = 41, 246334 >> 10 = 240, 112969 >> 10 = 110.
-    PixelRGB_2_YUV(0, 0, 255, y, u, v);
-    EXPECT_EQ(41, y);
-    EXPECT_EQ(240, u);
-    EXPECT_EQ(110, v);
-}
-
-TEST(PixelConvert, RgbToYuvClampsOutOfRangeInput)
-{
-    int y, u, v;
-    PixelRGB_2_YUV(1000, 1000, 1000, y, u, v);
-    EXPECT_EQ(235, y);
-    PixelRGB_2_YUV(0, 0, 2000, y, u, v);
-    EXPECT_EQ(240, u);
-    EXPECT_EQ(16, v);
-}
-
-TEST(PixelConvert, YuvToRgb)
-{
-    int r, g, b;
-    PixelYUV_2_RGB(16, 128, 128, r, g, b);
-    EXPECT_EQ(0, r);
-    EXPECT_EQ(0, g);
-    EXPECT_EQ(0, b);
-    PixelYUV_2_RGB(235, 128, 128, r, g, b);
-    EXPECT_EQ(255, r);
-    EXPECT_EQ(255, g);
-    EXPECT_EQ(255, b);
-    // R = (96552 + 392160 - 227712) >> 10 = 254; G and B negative, clamped.
-    PixelYUV_2_RGB(81, 90, 240, r, g, b);
-    EXPECT_EQ(254, r);
-    EXPECT_EQ(0, g);
-    EXPECT_EQ(0, b);
-    // G = (280120 - 199920 - 36090 + 139392) >> 10 = 179, B = 183090 >> 10 = 178.
-    PixelYUV_2_RGB(235, 90, 240, r, g, b);
-    EXPECT_EQ(255, r);
-    EXPECT_EQ(179, g);
-    EXPECT_EQ(178, b);
-}
-
-// ---------------------------------------------------------------------------
-// Planes to bitmap, 13-bit. With U 90, V 240 the block terms are
-// rv = 1311665, gv = -776752, bv = -780714; y9 = 9536 Y.
-
-namespace {
-
-// Planes of a 2 x 2 picture Y {16, 81 / 126, 235}, U 90, V 240, with pitches
-// wider than the picture.
+// Planes to bitmap, 13-bit. A 2 x 2 picture Y {16, 81 / 126, 235}, U 90,
+// V 240, pitches wider than the picture; block terms rv = 1311665,
+// gv = -776752, bv = -780714 and y9 = 9536 Y:
+//  Y 16: R 1464241 >> 13 = 178;  Y 81: 2084081 >> 13 = 254;
+//  Y 126: R clamped, G 424784 >> 13 = 51, B 420822 >> 13 = 51;  Y 235: 255, 178, 178.
 struct RedBlock {
-    Plane y{4, 2, 0};
-    Plane u{3, 1, 0};
-    Plane v{3, 1, 0};
+    TestPlane y = Plane(4, 2, 0), u = Plane(3, 1, 0), v = Plane(3, 1, 0);
     RedBlock()
     {
-        y.At(0, 0) = 16;
-        y.At(1, 0) = 81;
-        y.At(0, 1) = 126;
-        y.At(1, 1) = 235;
-        u.At(0, 0) = 90;
-        v.At(0, 0) = 240;
+        y.at(0, 0) = 16, y.at(1, 0) = 81, y.at(0, 1) = 126, y.at(1, 1) = 235;
+        u.at(0, 0) = 90, v.at(0, 0) = 240;
     }
 };
 
-void ExpectRedBlock(Bitmap& bmp)
-{
-    EXPECT_EQ(BgrOf(178, 0, 0), bmp.Bgr(0, 0));     // Y 16: 1464241 >> 13
-    EXPECT_EQ(BgrOf(254, 0, 0), bmp.Bgr(1, 0));     // Y 81: 2084081 >> 13
-    EXPECT_EQ(BgrOf(255, 51, 51), bmp.Bgr(0, 1));   // Y 126: R clamped, 424784 >> 13, 420822 >> 13
-    EXPECT_EQ(BgrOf(255, 178, 178), bmp.Bgr(1, 1)); // Y 235
-}
-
-} // namespace
-
-TEST(PlanesToBitmap, Rgb24BlockValuesAndRowOrder)
+TEST(PlanesToBitmap, BlockValuesRowOrderAndFourthByte)
 {
     RedBlock p;
-    Bitmap bmp(2, 2, 24, 0xEE);
-    Yuv420_2_rgb24(&bmp.header, bmp.bits.data(), p.y.Ptr(), p.u.Ptr(), p.v.Ptr(), p.y.pitch, p.u.pitch, p.v.pitch);
-    ExpectRedBlock(bmp);
-    // The top picture row is the last row in memory.
-    EXPECT_EQ(178, bmp.bits[8 + 2]);
-    // Row padding (bytes 6, 7 of each 8-byte row) is not written.
-    for (size_t row = 0; row < 2; ++row) {
-        EXPECT_EQ(0xEE, bmp.bits[row * 8 + 6]);
-        EXPECT_EQ(0xEE, bmp.bits[row * 8 + 7]);
-    }
+    Bitmap b24(2, 2, 24), b32(2, 2, 32, 0x5A), argb(2, 2, 32, 0x5A);
+    Yuv420_2_rgb24(&b24.header, b24.data(), p.y.data(), p.u.data(), p.v.data(), 4, 3, 3);
+    Yuv420_2_rgb32(&b32.header, b32.data(), p.y.data(), p.u.data(), p.v.data(), 4, 3, 3);
+    Yuv420_2_Argb(&argb.header, argb.data(), p.y.data(), p.u.data(), p.v.data(), 4, 3, 3);
+    for (Bitmap* b : {&b24, &b32, &argb})
+        EXPECT_EQ((Grid{{178, 0, 0}, {254, 0, 0}, {255, 51, 51}, {255, 178, 178}}), b->RgbOf(2, 2));
+    // The top picture row is the last in memory; row padding is not written.
+    EXPECT_EQ(178, b24.bytes[8 + 2]);
+    EXPECT_EQ(S, b24.bytes[6]);
+    EXPECT_EQ(S, b24.bytes[7]);
+    // rgb32 keeps the fourth byte, Argb writes 255.
+    EXPECT_EQ(Grid(2, Ints(2, 0x5A)), b32.Read(0, 0, 2, 2, false, 3));
+    EXPECT_EQ(Grid(2, Ints(2, 255)), argb.Read(0, 0, 2, 2, false, 3));
 }
 
-TEST(PlanesToBitmap, BlackAndNearWhite)
+// Y 235 with neutral chroma gives 2088337 >> 13 = 254: the fast path lands
+// one below white. A 3 x 3 bitmap has only its even 2 x 2 part converted,
+// also by the simple form, which goes through PixelYUV_2_RGB: Y 16 -> R
+// 183520 >> 10 = 179, Y 126 -> G 53574 >> 10 = 52, B 53162 >> 10 = 51.
+TEST(PlanesToBitmap, NearWhiteOddSizeAndSimpleForm)
 {
-    // Y 235 gives 2088337 >> 13 = 254: the fast path lands one below white.
-    Plane y(2, 2, 16), u(1, 1, 128), v(1, 1, 128);
-    y.At(1, 1) = 235;
-    Bitmap bmp(2, 2, 24, 0xEE);
-    Yuv420_2_rgb24(&bmp.header, bmp.bits.data(), y.Ptr(), u.Ptr(), v.Ptr(), 2, 1, 1);
-    EXPECT_EQ(BgrOf(0, 0, 0), bmp.Bgr(0, 0));
-    EXPECT_EQ(BgrOf(254, 254, 254), bmp.Bgr(1, 1));
-}
-
-TEST(PlanesToBitmap, Rgb32KeepsFourthByteArgbWrites255)
-{
+    TestPlane y = Plane(2, 2, 16), u = Plane(1, 1, 128), v = Plane(1, 1, 128);
+    y.at(1, 1) = 235;
+    Bitmap bmp(2, 2, 24);
+    Yuv420_2_rgb24(&bmp.header, bmp.data(), y.data(), u.data(), v.data(), 2, 1, 1);
+    EXPECT_EQ((Grid{{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {254, 254, 254}}), bmp.RgbOf(2, 2));
+    TestPlane y3 = Plane(3, 3, 81), u3 = Plane(2, 2, 90), v3 = Plane(2, 2, 240);
+    Bitmap odd(3, 3, 24);
+    Yuv420_2_rgb24(&odd.header, odd.data(), y3.data(), u3.data(), v3.data(), 3, 2, 2);
+    const Ints red{254, 0, 0}, none{S, S, S};
+    EXPECT_EQ((Grid{red, red, none, red, red, none, none, none, none}), odd.RgbOf(3, 3));
     RedBlock p;
-    Bitmap rgb32(2, 2, 32, 0x5A);
-    Yuv420_2_rgb32(&rgb32.header, rgb32.bits.data(), p.y.Ptr(), p.u.Ptr(), p.v.Ptr(), 4, 3, 3);
-    ExpectRedBlock(rgb32);
-    Bitmap argb(2, 2, 32, 0x5A);
-    Yuv420_2_Argb(&argb.header, argb.bits.data(), p.y.Ptr(), p.u.Ptr(), p.v.Ptr(), 4, 3, 3);
-    ExpectRedBlock(argb);
-    for (int yy = 0; yy < 2; ++yy)
-        for (int xx = 0; xx < 2; ++xx) {
-            EXPECT_EQ(0x5A, rgb32.Pixel(xx, yy)[3]);
-            EXPECT_EQ(255, argb.Pixel(xx, yy)[3]);
-        }
+    Bitmap simple(3, 3, 24);
+    EXPECT_EQ(2, Yuv420_2_rgb24Simple(&simple.header, simple.data(), p.y.data(), p.u.data(), p.v.data(), 4, 3, 3));
+    EXPECT_EQ((Grid{{179, 0, 0}, {254, 0, 0}, none, {255, 52, 51}, {255, 179, 178}, none, none, none, none}),
+              simple.RgbOf(3, 3));
 }
 
-TEST(PlanesToBitmap, OddSizeLeavesLastColumnAndRow)
-{
-    Plane y(3, 3, 81), u(2, 2, 90), v(2, 2, 240);
-    Bitmap bmp(3, 3, 24, 0xEE);
-    Yuv420_2_rgb24(&bmp.header, bmp.bits.data(), y.Ptr(), u.Ptr(), v.Ptr(), 3, 2, 2);
-    for (int yy = 0; yy < 3; ++yy)
-        for (int xx = 0; xx < 3; ++xx) {
-            const bool converted = xx < 2 && yy < 2;
-            EXPECT_EQ(converted ? BgrOf(254, 0, 0) : BgrOf(0xEE, 0xEE, 0xEE), bmp.Bgr(xx, yy)) << xx << "," << yy;
-        }
-}
-
-TEST(PlanesToBitmap, SimpleUsesPixelFormula)
-{
-    RedBlock p;
-    Bitmap bmp(3, 3, 24, 0xEE); // odd size: only the 2 x 2 block is written
-    EXPECT_EQ(2, Yuv420_2_rgb24Simple(&bmp.header, bmp.bits.data(), p.y.Ptr(), p.u.Ptr(), p.v.Ptr(), 4, 3, 3));
-    EXPECT_EQ(BgrOf(179, 0, 0), bmp.Bgr(0, 0));   // 183520 >> 10
-    EXPECT_EQ(BgrOf(254, 0, 0), bmp.Bgr(1, 0));   // 261000 >> 10
-    EXPECT_EQ(BgrOf(255, 52, 51), bmp.Bgr(0, 1)); // 53574 >> 10, 53162 >> 10
-    EXPECT_EQ(BgrOf(255, 179, 178), bmp.Bgr(1, 1));
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(BgrOf(0xEE, 0xEE, 0xEE), bmp.Bgr(2, i));
-        EXPECT_EQ(BgrOf(0xEE, 0xEE, 0xEE), bmp.Bgr(i, 2));
-    }
-    EXPECT_EQ(0, Yuv420_2_rgb24Simple(&bmp.header, nullptr, p.y.Ptr(), p.u.Ptr(), p.v.Ptr(), 4, 3, 3));
-}
-
-// ---------------------------------------------------------------------------
 // Bitmap to planes, 14-bit. Per pixel: red (81, 90, 239), green (144, 53,
 // 34), blue (40, 239, 109), white (235, 128, 128), black (16, 128, 128).
-
-namespace {
-
-void PaintFourColours(Bitmap& bmp)
+// The block red green / blue white: U (90 + 53 + 239 + 128) >> 2 = 127,
+// V (239 + 34 + 109 + 128) >> 2 = 127. Nothing is written past an even
+// width, and alpha only at the pixel.
+TEST(BitmapToPlanes, BlockThroughEveryFormWithWidePitches)
 {
-    bmp.Set(0, 0, kRed, 10);
-    bmp.Set(1, 0, kGreen, 20);
-    bmp.Set(0, 1, kBlue, 30);
-    bmp.Set(1, 1, kWhite, 40);
+    using Fn = void (*)(uint8_t*, uint8_t*, uint8_t*, int, int, int, BITMAPINFOHEADER*, uint8_t*);
+    const Fn forms[] = {Rgb24_2_yuv420, Rgb32_2_yuv420, Argb_2_yuv420};
+    for (int form = 0; form < 4; ++form) { // the three above (Argb top-down), then Rgb32 with alpha
+        SCOPED_TRACE(form);
+        Bitmap bmp(2, 2, form == 0 ? 24 : 32, 0, form == 2);
+        bmp.Set(0, 0, kRed, 10), bmp.Set(1, 0, kGreen, 20), bmp.Set(0, 1, kBlue, 30), bmp.Set(1, 1, kWhite, 40);
+        TestPlane y = Plane(5, 2), u = Plane(3, 1), v = Plane(3, 1), a = Plane(5, 2);
+        if (form < 3)
+            forms[form](y.data(), u.data(), v.data(), 5, 3, 3, &bmp.header, bmp.data());
+        else
+            Rgb32_2_yuv420A(y.data(), u.data(), v.data(), a.data(), 5, 3, 3, &bmp.header, bmp.data());
+        EXPECT_EQ((Grid{{81, 144, S, S, S}, {40, 235, S, S, S}}), y.Read());
+        EXPECT_EQ((Grid{{127, S, S}}), u.Read());
+        EXPECT_EQ((Grid{{127, S, S}}), v.Read());
+        EXPECT_EQ((form == 3 ? Grid{{10, 20, S, S, S}, {30, 40, S, S, S}} : Grid(2, Ints(5, S))), a.Read());
+    }
 }
 
-void ExpectFourColours(Plane& y, Plane& u, Plane& v)
-{
-    EXPECT_EQ(81, y.At(0, 0));
-    EXPECT_EQ(144, y.At(1, 0));
-    EXPECT_EQ(40, y.At(0, 1));
-    EXPECT_EQ(235, y.At(1, 1));
-    EXPECT_EQ(127, u.At(0, 0)); // (90 + 53 + 239 + 128) >> 2
-    EXPECT_EQ(127, v.At(0, 0)); // (239 + 34 + 109 + 128) >> 2
-}
-
-} // namespace
-
-TEST(BitmapToPlanes, Rgb24BlockWithWidePitches)
-{
-    Bitmap bmp(2, 2, 24, 0);
-    PaintFourColours(bmp);
-    Plane y(5, 2, 0xEE), u(3, 1, 0xEE), v(3, 1, 0xEE);
-    Rgb24_2_yuv420(y.Ptr(), u.Ptr(), v.Ptr(), 5, 3, 3, &bmp.header, bmp.bits.data());
-    ExpectFourColours(y, u, v);
-    for (int row = 0; row < 2; ++row)
-        for (int x = 2; x < 5; ++x)
-            EXPECT_EQ(0xEE, y.At(x, row)); // even width: nothing past it
-    EXPECT_EQ(0xEE, u.At(1, 0));
-    EXPECT_EQ(0xEE, v.At(2, 0));
-}
-
-TEST(BitmapToPlanes, Rgb32AndTopDownArgb)
-{
-    Bitmap bottomUp(2, 2, 32, 0);
-    PaintFourColours(bottomUp);
-    Plane y(2, 2, 0), u(1, 1, 0), v(1, 1, 0);
-    Rgb32_2_yuv420(y.Ptr(), u.Ptr(), v.Ptr(), 2, 1, 1, &bottomUp.header, bottomUp.bits.data());
-    ExpectFourColours(y, u, v);
-
-    Bitmap topDown(2, 2, 32, 0, true);
-    PaintFourColours(topDown);
-    Plane y2(2, 2, 0), u2(1, 1, 0), v2(1, 1, 0);
-    Argb_2_yuv420(y2.Ptr(), u2.Ptr(), v2.Ptr(), 2, 1, 1, &topDown.header, topDown.bits.data());
-    ExpectFourColours(y2, u2, v2);
-}
-
-TEST(BitmapToPlanes, AlphaPlaneTakesFourthBytes)
-{
-    Bitmap bmp(2, 2, 32, 0);
-    PaintFourColours(bmp);
-    Plane y(3, 2, 0), u(1, 1, 0), v(1, 1, 0), a(3, 2, 0xEE);
-    Rgb32_2_yuv420A(y.Ptr(), u.Ptr(), v.Ptr(), a.Ptr(), 3, 1, 1, &bmp.header, bmp.bits.data());
-    ExpectFourColours(y, u, v);
-    EXPECT_EQ(10, a.At(0, 0));
-    EXPECT_EQ(20, a.At(1, 0));
-    EXPECT_EQ(30, a.At(0, 1));
-    EXPECT_EQ(40, a.At(1, 1));
-    EXPECT_EQ(0xEE, a.At(2, 0)); // alpha is written at the pixel only
-    EXPECT_EQ(0xEE, a.At(2, 1));
-}
-
-namespace {
-
-// 3 x 3 picture: red green blue / white black red / green blue white.
+// 3 x 3 picture: red green blue / white black red / green blue white,
+// fourth bytes 0..8.
 void PaintThreeByThree(Bitmap& bmp)
 {
     const Rgb rows[3][3] = {{kRed, kGreen, kBlue}, {kWhite, kBlack, kRed}, {kGreen, kBlue, kWhite}};
-    for (int yy = 0; yy < 3; ++yy)
-        for (int xx = 0; xx < 3; ++xx)
-            bmp.Set(xx, yy, rows[yy][xx], static_cast<unsigned char>(yy * 3 + xx));
+    for (int i = 0; i < 9; ++i)
+        bmp.Set(i % 3, i / 3, rows[i / 3][i % 3], i);
 }
 
-void ExpectThreeByThreeChroma(Plane& u, Plane& v)
+// Chroma: block (90 + 53 + 128 + 128) >> 2 = 99 and (239 + 34 + 128 + 128) >> 2
+// = 132; last column (239 + 90) >> 1 = 164, (109 + 239) >> 1 = 174; last row
+// (53 + 239) >> 1 = 146, (34 + 109) >> 1 = 71; the corner white alone. With a
+// padded luma pitch the last column's Y is copied into the byte after it;
+// with pitch == width (planes of exactly 9 bytes) no such copy is made.
+TEST(BitmapToPlanes, OddSizeWithPaddedAndTightPitch)
 {
-    EXPECT_EQ(99, u.At(0, 0));  // (90 + 53 + 128 + 128) >> 2
-    EXPECT_EQ(132, v.At(0, 0)); // (239 + 34 + 128 + 128) >> 2
-    EXPECT_EQ(164, u.At(1, 0)); // last column: (239 + 90) >> 1
-    EXPECT_EQ(174, v.At(1, 0)); // (109 + 239) >> 1
-    EXPECT_EQ(146, u.At(0, 1)); // last row: (53 + 239) >> 1
-    EXPECT_EQ(71, v.At(0, 1));  // (34 + 109) >> 1
-    EXPECT_EQ(128, u.At(1, 1)); // corner: white alone
-    EXPECT_EQ(128, v.At(1, 1));
-}
-
-} // namespace
-
-TEST(BitmapToPlanes, OddSizeWithPaddedPitchFillsNextByte)
-{
-    Bitmap bmp(3, 3, 24, 0);
-    PaintThreeByThree(bmp);
-    Plane y(4, 4, 0xEE), u(2, 2, 0xEE), v(2, 2, 0xEE);
-    Rgb24_2_yuv420(y.Ptr(), u.Ptr(), v.Ptr(), 4, 2, 2, &bmp.header, bmp.bits.data());
-    const int expect[3][4] = {{81, 144, 40, 40}, {235, 16, 81, 81}, {144, 40, 235, 235}};
-    for (int row = 0; row < 3; ++row)
-        for (int x = 0; x < 4; ++x)
-            EXPECT_EQ(expect[row][x], y.At(x, row)) << x << "," << row;
-    for (int x = 0; x < 4; ++x)
-        EXPECT_EQ(0xEE, y.At(x, 3)); // nothing below the last row
-    ExpectThreeByThreeChroma(u, v);
-}
-
-TEST(BitmapToPlanes, OddSizeWithTightPitchKeepsNeighbourRows)
-{
-    // Pitch == width: the byte after the last column is the next row's first
-    // pixel (or past the plane), so no copy is made there. The plane is
-    // exactly 9 bytes: a write past it trips the address sanitizer.
-    Bitmap bmp(3, 3, 32, 0);
-    PaintThreeByThree(bmp);
-    Plane y(3, 3, 0xEE), u(2, 2, 0xEE), v(2, 2, 0xEE), a(3, 3, 0xEE);
-    Rgb32_2_yuv420A(y.Ptr(), u.Ptr(), v.Ptr(), a.Ptr(), 3, 2, 2, &bmp.header, bmp.bits.data());
-    const int expect[3][3] = {{81, 144, 40}, {235, 16, 81}, {144, 40, 235}};
-    for (int row = 0; row < 3; ++row)
-        for (int x = 0; x < 3; ++x) {
-            EXPECT_EQ(expect[row][x], y.At(x, row)) << x << "," << row;
-            EXPECT_EQ(row * 3 + x, a.At(x, row));
+    for (int pitch : {4, 3}) {
+        SCOPED_TRACE(pitch);
+        Bitmap bmp(3, 3, pitch == 4 ? 24 : 32, 0);
+        PaintThreeByThree(bmp);
+        TestPlane y = Plane(pitch, pitch), u = Plane(2, 2), v = Plane(2, 2), a = Plane(3, 3);
+        if (pitch == 4) {
+            Rgb24_2_yuv420(y.data(), u.data(), v.data(), 4, 2, 2, &bmp.header, bmp.data());
+            EXPECT_EQ((Grid{{81, 144, 40, 40}, {235, 16, 81, 81}, {144, 40, 235, 235}, {S, S, S, S}}), y.Read());
+        } else {
+            Rgb32_2_yuv420A(y.data(), u.data(), v.data(), a.data(), 3, 2, 2, &bmp.header, bmp.data());
+            EXPECT_EQ((Grid{{81, 144, 40}, {235, 16, 81}, {144, 40, 235}}), y.Read());
+            EXPECT_EQ((Grid{{0, 1, 2}, {3, 4, 5}, {6, 7, 8}}), a.Read());
         }
-    ExpectThreeByThreeChroma(u, v);
+        EXPECT_EQ((Grid{{99, 164}, {146, 128}}), u.Read());
+        EXPECT_EQ((Grid{{132, 174}, {71, 128}}), v.Read());
+    }
 }
 
+// Through PixelRGB_2_YUV (green U 54, red V 240): U (90 + 54 + 128 + 128) >> 2
+// = 100, V (240 + 34 + 128 + 128) >> 2 = 132. The odd last column and row stay.
 TEST(BitmapToPlanes, SimpleLeavesOddColumnAndRowUntouched)
 {
     Bitmap bmp(3, 3, 24, 0);
     PaintThreeByThree(bmp);
-    Plane y(3, 3, 0xEE), u(2, 2, 0xEE), v(2, 2, 0xEE);
-    EXPECT_EQ(2, Rgb24_2_yuv420Simple(y.Ptr(), u.Ptr(), v.Ptr(), 3, 2, 2, &bmp.header, bmp.bits.data()));
-    EXPECT_EQ(81, y.At(0, 0));
-    EXPECT_EQ(144, y.At(1, 0));
-    EXPECT_EQ(235, y.At(0, 1));
-    EXPECT_EQ(16, y.At(1, 1));
-    EXPECT_EQ(100, u.At(0, 0)); // (90 + 54 + 128 + 128) >> 2
-    EXPECT_EQ(132, v.At(0, 0)); // (240 + 34 + 128 + 128) >> 2
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(0xEE, y.At(2, i));
-        EXPECT_EQ(0xEE, y.At(i, 2));
-    }
-    EXPECT_EQ(0xEE, u.At(1, 0));
-    EXPECT_EQ(0xEE, u.At(0, 1));
-    EXPECT_EQ(0xEE, v.At(1, 1));
-    EXPECT_EQ(0, Rgb24_2_yuv420Simple(y.Ptr(), u.Ptr(), nullptr, 3, 2, 2, &bmp.header, bmp.bits.data()));
+    TestPlane y = Plane(3, 3), u = Plane(2, 2), v = Plane(2, 2);
+    EXPECT_EQ(2, Rgb24_2_yuv420Simple(y.data(), u.data(), v.data(), 3, 2, 2, &bmp.header, bmp.data()));
+    EXPECT_EQ((Grid{{81, 144, S}, {235, 16, S}, {S, S, S}}), y.Read());
+    EXPECT_EQ((Grid{{100, S}, {S, S}}), u.Read());
+    EXPECT_EQ((Grid{{132, S}, {S, S}}), v.Read());
 }
 
-// ---------------------------------------------------------------------------
-// Packed 4:2:2.
+// ---- packed 4:2:2 ----
 
-TEST(Packed, Rgb24ToYuy2AndUyvyWithOddWidth)
+// Red, green, blue from column 1 of source row 1 into row 1 from column 2:
+// the pair shares U (90 + 53) >> 1 = 71 and V (239 + 34) >> 1 = 136; blue
+// makes a half group, Y 40 and its own U 239. Back: groups (81, 90, 235, 240)
+// and (16, 90, -, 240); an odd last pixel takes the chroma of its group.
+TEST(Packed, Rgb24ToPackedAndBackWithOddWidth)
 {
-    // Source row 1 from column 1: red, green, blue.
-    Plane src(15, 2, 0);
-    const Rgb row[3] = {kRed, kGreen, kBlue};
-    for (int i = 0; i < 3; ++i) {
-        src.At(3 + 3 * i, 1) = static_cast<unsigned char>(row[i].b);
-        src.At(4 + 3 * i, 1) = static_cast<unsigned char>(row[i].g);
-        src.At(5 + 3 * i, 1) = static_cast<unsigned char>(row[i].r);
-    }
-    for (int yuy2 = 0; yuy2 < 2; ++yuy2) {
-        Plane dst(12, 3, 0xEE);
-        Rgb24_2_YUY2(dst.Ptr(), 12, 2, 1, 3, 1, yuy2, src.Ptr(), 15, 1, 1, 0);
-        // Pair: Y 81 and 144, U (90 + 53) >> 1 = 71, V (239 + 34) >> 1 = 136;
-        // then a half group for blue: Y 40 and its own U 239.
-        const Bytes expect = yuy2 ? Bytes{81, 71, 144, 136, 40, 239} : Bytes{71, 81, 136, 144, 239, 40};
-        for (int i = 0; i < 12; ++i) {
-            const bool inside = i >= 4 && i < 10;
-            EXPECT_EQ(inside ? expect[i - 4] : 0xEE, dst.At(i, 1)) << "yuy2 " << yuy2 << " byte " << i;
-            EXPECT_EQ(0xEE, dst.At(i, 0));
-            EXPECT_EQ(0xEE, dst.At(i, 2));
-        }
+    Bitmap src(5, 2, 24, 0, true);
+    src.Set(1, 1, kRed), src.Set(2, 1, kGreen), src.Set(3, 1, kBlue);
+    const Bytes yuy2{81, 90, 235, 240, 16, 90, 99, 240}, uyvy{90, 81, 240, 235, 90, 16, 240, 99};
+    for (int order = 0; order < 2; ++order) { // UYVY, YUY2
+        TestPlane dst = Plane(12, 3), rgb = Plane(12, 1);
+        Rgb24_2_YUY2(dst.data(), 12, 2, 1, 3, 1, order, src.data(), src.pitch, 1, 1, 0);
+        EXPECT_EQ((order ? Ints{81, 71, 144, 136, 40, 239} : Ints{71, 81, 136, 144, 239, 40}), dst.Read(4, 1, 6, 1)[0]);
+        EXPECT_TRUE(dst.UntouchedOutside(4, 1, 6, 1)) << order;
+        Bytes packed = order ? yuy2 : uyvy;
+        YUY2_2_Rgb24(rgb.data(), 12, 1, 0, 3, 1, order, packed.data(), 8, 0, 0, 0);
+        EXPECT_EQ((Bytes{S, S, S, 0, 0, 254, 178, 178, 255, 0, 0, 178}), rgb.bytes) << order;
     }
 }
 
-TEST(Packed, Yuy2ToRgb24)
+// YUY2_Blt_fast copies the rectangle's byte pairs, swapped when the orders
+// differ. YV12_Blt_fast copies (1, 1, 3, 3); the chroma rectangle starts at
+// (1 + 1) / 2 = 1 and is (3 + 1) / 2 = 2 wide and high.
+TEST(Packed, BltCopiesOnlyTheRectangle)
 {
-    // Groups (81, 90, 235, 240) and (16, 90, -, 240) in YUY2 order.
-    const Bytes yuy2{81, 90, 235, 240, 16, 90, 99, 240};
-    const Bytes uyvy{90, 81, 240, 235, 90, 16, 240, 99};
-    for (int order = 0; order < 2; ++order) {
-        Bytes src = order ? yuy2 : uyvy;
-        Plane dst(12, 1, 0xEE);
-        YUY2_2_Rgb24(dst.Ptr(), 12, 1, 0, 3, 1, order, src.data(), 8, 0, 0, 0);
-        const Bytes expect{0xEE, 0xEE, 0xEE, 0, 0, 254, 178, 178, 255, 0, 0, 178};
-        EXPECT_EQ(expect, dst.data) << "order " << order;
-    }
+    TestPlane src = Plane(8, 3, 0), same = Plane(8, 3), swapped = Plane(8, 3);
+    src.Fill([](int x, int y) { return 8 * y + x + 1; });
+    YUY2_Blt_fast(same.data(), 8, 99, 99, 2, 2, 1, src.data(), 8, 1, 1, 1);
+    YUY2_Blt_fast(swapped.data(), 8, 0, 0, 2, 2, 0, src.data(), 8, 1, 1, 1);
+    EXPECT_EQ(src.Read(2, 1, 4, 2), same.Read(2, 1, 4, 2));
+    EXPECT_EQ((Grid{{12, 11, 14, 13}, {20, 19, 22, 21}}), swapped.Read(2, 1, 4, 2));
+    EXPECT_TRUE(same.UntouchedOutside(2, 1, 4, 2) && swapped.UntouchedOutside(2, 1, 4, 2));
+
+    TestPlane sy = Plane(6, 6, 0), su = Plane(3, 3, 0), sv = Plane(3, 3, 0);
+    TestPlane dy = Plane(6, 6), du = Plane(3, 3), dv = Plane(3, 3);
+    sy.Fill([](int x, int y) { return 6 * y + x + 1; });
+    su.Fill([](int x, int y) { return 100 + 3 * y + x; });
+    sv.Fill([](int x, int y) { return 200 + 3 * y + x; });
+    YV12_Blt_fast(dy.data(), du.data(), dv.data(), 6, 3, 3, 3, 3, sy.data(), su.data(), sv.data(), 6, 3, 3, 1, 1);
+    EXPECT_EQ(sy.Read(1, 1, 3, 3), dy.Read(1, 1, 3, 3));
+    EXPECT_EQ(su.Read(1, 1, 2, 2), du.Read(1, 1, 2, 2));
+    EXPECT_EQ(sv.Read(1, 1, 2, 2), dv.Read(1, 1, 2, 2));
+    EXPECT_TRUE(dy.UntouchedOutside(1, 1, 3, 3) && du.UntouchedOutside(1, 1, 2, 2) && dv.UntouchedOutside(1, 1, 2, 2));
 }
 
-TEST(Packed, BltCopiesOrSwapsOnlyTheRectangle)
-{
-    Plane src(8, 3, 0);
-    for (size_t i = 0; i < src.data.size(); ++i)
-        src.data[i] = static_cast<unsigned char>(i + 1);
-    Plane same(8, 3, 0xEE), swapped(8, 3, 0xEE);
-    YUY2_Blt_fast(same.Ptr(), 8, 99, 99, 2, 2, 1, src.Ptr(), 8, 1, 1, 1);
-    YUY2_Blt_fast(swapped.Ptr(), 8, 0, 0, 2, 2, 0, src.Ptr(), 8, 1, 1, 1);
-    for (int row = 0; row < 3; ++row)
-        for (int i = 0; i < 8; ++i) {
-            const bool inside = row >= 1 && i >= 2 && i < 6;
-            EXPECT_EQ(inside ? src.At(i, row) : 0xEE, same.At(i, row));
-            EXPECT_EQ(inside ? src.At(i ^ 1, row) : 0xEE, swapped.At(i, row));
-        }
-}
-
-TEST(Packed, Yv12BltCopiesLumaAndRoundedChromaRectangle)
-{
-    Plane sy(6, 6, 0), su(3, 3, 0), sv(3, 3, 0);
-    for (size_t i = 0; i < sy.data.size(); ++i)
-        sy.data[i] = static_cast<unsigned char>(i + 1);
-    for (size_t i = 0; i < su.data.size(); ++i) {
-        su.data[i] = static_cast<unsigned char>(100 + i);
-        sv.data[i] = static_cast<unsigned char>(200 + i);
-    }
-    Plane dy(6, 6, 0xEE), du(3, 3, 0xEE), dv(3, 3, 0xEE);
-    YV12_Blt_fast(dy.Ptr(), du.Ptr(), dv.Ptr(), 6, 3, 3, 3, 3, sy.Ptr(), su.Ptr(), sv.Ptr(), 6, 3, 3, 1, 1);
-    for (int row = 0; row < 6; ++row)
-        for (int x = 0; x < 6; ++x) {
-            const bool inside = row >= 1 && row < 4 && x >= 1 && x < 4;
-            EXPECT_EQ(inside ? sy.At(x, row) : 0xEE, dy.At(x, row)) << x << "," << row;
-        }
-    // Chroma from column (1 + 1) / 2 = 1, (3 + 1) / 2 = 2 wide; rows likewise.
-    for (int row = 0; row < 3; ++row)
-        for (int x = 0; x < 3; ++x) {
-            const bool inside = row >= 1 && x >= 1;
-            EXPECT_EQ(inside ? su.At(x, row) : 0xEE, du.At(x, row));
-            EXPECT_EQ(inside ? sv.At(x, row) : 0xEE, dv.At(x, row));
-        }
-}
-
+// Rows 1 and 2 of the source, three pixels each, to (2, 2) of the planes:
+// U (100 + 103) >> 1 = 101, (50 + 51) >> 1 = 50; V (200 + 205) >> 1 = 202,
+// (60 + 63) >> 1 = 61. A lone last row takes its chroma as it is.
 TEST(Packed, Yuy2ToPlanesAveragesChromaVertically)
 {
-    // Rows 1 and 2 of the source, three pixels each (two groups a row).
-    Plane src(8, 3, 0);
-    const Bytes r1{10, 100, 11, 200, 12, 50, 99, 60};
-    const Bytes r2{20, 103, 21, 205, 22, 51, 99, 63};
-    std::memcpy(&src.At(0, 1), r1.data(), 8);
-    std::memcpy(&src.At(0, 2), r2.data(), 8);
-    Plane y(5, 4, 0xEE), u(3, 2, 0xEE), v(3, 2, 0xEE);
-    YUY2_2_Yuv420(y.Ptr(), u.Ptr(), v.Ptr(), 5, 3, 3, 2, 2, 3, 2, src.Ptr(), 8, 1, 0, 1);
-    const int expectY[4][5] = {
-        {0xEE, 0xEE, 0xEE, 0xEE, 0xEE}, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE}, {0xEE, 0xEE, 10, 11, 12}, {0xEE, 0xEE, 20, 21, 22}};
-    for (int row = 0; row < 4; ++row)
-        for (int x = 0; x < 5; ++x)
-            EXPECT_EQ(expectY[row][x], y.At(x, row)) << x << "," << row;
-    // Chroma row 1 from column 1: (100 + 103) >> 1, (50 + 51) >> 1.
-    EXPECT_EQ(101, u.At(1, 1));
-    EXPECT_EQ(50, u.At(2, 1));
-    EXPECT_EQ(202, v.At(1, 1)); // (200 + 205) >> 1
-    EXPECT_EQ(61, v.At(2, 1));  // (60 + 63) >> 1
-    EXPECT_EQ(0xEE, u.At(0, 1));
-    for (int x = 0; x < 3; ++x) {
-        EXPECT_EQ(0xEE, u.At(x, 0));
-        EXPECT_EQ(0xEE, v.At(x, 0));
-    }
+    TestPlane src = Plane(8, 3, 0);
+    const Bytes r1{10, 100, 11, 200, 12, 50, 99, 60}, r2{20, 103, 21, 205, 22, 51, 99, 63};
+    std::copy(r1.begin(), r1.end(), &src.at(0, 1));
+    std::copy(r2.begin(), r2.end(), &src.at(0, 2));
+    TestPlane y = Plane(5, 4), u = Plane(3, 2), v = Plane(3, 2);
+    YUY2_2_Yuv420(y.data(), u.data(), v.data(), 5, 3, 3, 2, 2, 3, 2, src.data(), 8, 1, 0, 1);
+    EXPECT_EQ((Grid{{10, 11, 12}, {20, 21, 22}}), y.Read(2, 2, 3, 2));
+    EXPECT_TRUE(y.UntouchedOutside(2, 2, 3, 2));
+    EXPECT_EQ((Grid{{S, S, S}, {S, 101, 50}}), u.Read());
+    EXPECT_EQ((Grid{{S, S, S}, {S, 202, 61}}), v.Read());
+
+    Bytes row{10, 100, 11, 200};
+    TestPlane y1 = Plane(2, 1), u1 = Plane(1, 1), v1 = Plane(1, 1);
+    YUY2_2_Yuv420(y1.data(), u1.data(), v1.data(), 2, 1, 1, 0, 0, 2, 1, row.data(), 4, 1, 0, 0);
+    EXPECT_EQ((Bytes{10, 11, 100, 200}), (Bytes{y1.at(0, 0), y1.at(1, 0), u1.at(0, 0), v1.at(0, 0)}));
 }
 
-TEST(Packed, Yuy2ToPlanesOddHeightTakesLastRowChroma)
-{
-    const Bytes row{10, 100, 11, 200};
-    Plane y(2, 1, 0xEE), u(1, 1, 0xEE), v(1, 1, 0xEE);
-    YUY2_2_Yuv420(y.Ptr(), u.Ptr(), v.Ptr(), 2, 1, 1, 0, 0, 2, 1, const_cast<unsigned char*>(row.data()), 4, 1, 0,
-                  0);
-    EXPECT_EQ(10, y.At(0, 0));
-    EXPECT_EQ(11, y.At(1, 0));
-    EXPECT_EQ(100, u.At(0, 0));
-    EXPECT_EQ(200, v.At(0, 0));
-}
-
+// Source rectangle from (1, 1), 3 x 3 (odd both ways), UYVY: pixels 1 and 2
+// share chroma column (1 or 2) / 2 = 0, the half group of pixel 3 uses
+// column 1. Rows 1, 2 use chroma row 0, row 3 chroma row 1.
 TEST(Packed, PlanesToYuy2PlacesBytes)
 {
-    Plane y(4, 4, 0), u(2, 2, 0), v(2, 2, 0);
-    for (int row = 0; row < 4; ++row)
-        for (int x = 0; x < 4; ++x)
-            y.At(x, row) = static_cast<unsigned char>(10 * row + x);
-    for (int i = 0; i < 4; ++i) {
-        u.data[i] = static_cast<unsigned char>(100 + i);
-        v.data[i] = static_cast<unsigned char>(200 + i);
-    }
-    // Source rectangle from (1, 1), 3 x 3: odd width and height.
-    Plane dst(8, 4, 0xEE);
-    Yuv420_2_YUY2(dst.Ptr(), 8, 99, 1, 3, 3, 0, y.Ptr(), u.Ptr(), v.Ptr(), 4, 2, 2, 1, 1);
-    // Pixel pairs (1, 2) share chroma (0 or 1) / 2 = column 0; the half
-    // group of pixel 3 uses column 1. Rows 1, 2 use chroma row 0; row 3
-    // uses chroma row 1.
-    const Bytes r1{100, 11, 200, 12, 101, 13, 0xEE, 0xEE};
-    const Bytes r2{100, 21, 200, 22, 101, 23, 0xEE, 0xEE};
-    const Bytes r3{102, 31, 202, 32, 103, 33, 0xEE, 0xEE};
-    EXPECT_EQ(Bytes(8, 0xEE), Bytes(dst.data.begin(), dst.data.begin() + 8));
-    EXPECT_EQ(r1, Bytes(dst.data.begin() + 8, dst.data.begin() + 16));
-    EXPECT_EQ(r2, Bytes(dst.data.begin() + 16, dst.data.begin() + 24));
-    EXPECT_EQ(r3, Bytes(dst.data.begin() + 24, dst.data.end()));
+    TestPlane y = Plane(4, 4, 0), u = Plane(2, 2, 0), v = Plane(2, 2, 0), dst = Plane(8, 4);
+    y.Fill([](int x, int yy) { return 10 * yy + x; });
+    u.Fill([](int x, int yy) { return 100 + 2 * yy + x; });
+    v.Fill([](int x, int yy) { return 200 + 2 * yy + x; });
+    Yuv420_2_YUY2(dst.data(), 8, 99, 1, 3, 3, 0, y.data(), u.data(), v.data(), 4, 2, 2, 1, 1);
+    EXPECT_EQ((Grid{Ints(8, S), {100, 11, 200, 12, 101, 13, S, S}, {100, 21, 200, 22, 101, 23, S, S},
+                    {102, 31, 202, 32, 103, 33, S, S}}),
+              dst.Read());
 }
 
-// ---------------------------------------------------------------------------
-// Reference and dispatched kernels agree byte for byte. The two runs fill
-// their outputs with different sentinels: a byte is either written alike by
-// both or left as each run's own sentinel.
-
-namespace {
-
-void ExpectSameWrites(const Bytes& a, unsigned char fillA, const Bytes& b, unsigned char fillB, const char* what)
+// Reference and dispatched kernels agree byte for byte, both directions,
+// over odd sizes and padded pitches. The two runs fill their outputs with
+// different sentinels: a byte is either written alike by both or left by both.
+TEST(KernelDispatch, ReferenceAndDispatchedConvertersAgree)
 {
-    ASSERT_EQ(a.size(), b.size());
-    for (size_t i = 0; i < a.size(); ++i)
-        EXPECT_TRUE(a[i] == b[i] || (a[i] == fillA && b[i] == fillB)) << what << " byte " << i;
+    const bool wasForced = DpForceReference();
+    std::mt19937 rng(7);
+    for (int w : {1, 2, 7, 33})
+        for (int h : {1, 2, 5}) {
+            Bitmap bmp(w, h, 24, 0);
+            bmp.FillBytes(rng);
+            std::vector<Bytes> out[2];
+            const int cw = (w + 1) / 2 + 1, ch = (h + 1) / 2;
+            for (int forced = 0; forced < 2; ++forced) {
+                DpSetForceReference(forced != 0);
+                const uint8_t fill = forced ? 0x11 : 0x22;
+                TestPlane y = Plane(w + 3, h, fill), u = Plane(cw, ch, fill), v = Plane(cw, ch, fill);
+                Bitmap back(w, h, 24, fill);
+                Rgb24_2_yuv420(y.data(), u.data(), v.data(), y.pitch, cw, cw, &bmp.header, bmp.data());
+                Yuv420_2_rgb24(&back.header, back.data(), y.data(), u.data(), v.data(), y.pitch, cw, cw);
+                out[forced] = {y.bytes, u.bytes, v.bytes, back.bytes};
+            }
+            for (size_t k = 0; k < 4; ++k)
+                for (size_t i = 0; i < out[0][k].size(); ++i)
+                    ASSERT_TRUE(out[0][k][i] == out[1][k][i] || (out[0][k][i] == 0x22 && out[1][k][i] == 0x11))
+                        << w << "x" << h << " buffer " << k << " byte " << i;
+        }
+    DpSetForceReference(wasForced);
+}
+
+// ---- preconditions ----
+
+// Each checked precondition stops the process with a message naming the
+// condition, the function and the source file; the header's bit count is
+// checked before the pointers.
+TEST(ConvertDeathTest, PreconditionsStopWithTheirMessage)
+{
+    Bytes y(64, 16), u(16, 128), v(16, 128), bits(256, 0), tall(64, 0);
+    uint8_t *Y = y.data(), *U = u.data(), *V = v.data(), *B = bits.data(), *T = tall.data();
+    BITMAPINFOHEADER h24 = Bitmap(2, 2, 24).header, h32 = Bitmap(2, 2, 32).header;
+    const char* src24 = "lpSrcBmi && lpSrcBmi->biBitCount == 24";
+    const char* src32 = "lpSrcBmi && lpSrcBmi->biBitCount == 32";
+    const char* srcPtrs = "lpSrcBits && pY && pU && pV";
+    const char* dst32 = "lpDstBmi && lpDstBmi->biBitCount == 32";
+    const char* dstPtrs = "lpDstBits && pY && pU && pV";
+    const char* packedPtrs = "lpBitsDst && lpBitsSrc";
+    struct Case {
+        std::function<void()> call;
+        const char* condition;
+        const char* function;
+    };
+    const Case cases[] = {
+        {[&] { Rgb32_2_yuv420(Y, U, V, 2, 1, 1, &h24, B); }, src32, "Rgb32_2_yuv420"},
+        {[&] { Argb_2_yuv420(Y, U, V, 2, 1, 1, &h24, B); }, src32, "Argb_2_yuv420"},
+        {[&] { Rgb32_2_yuv420A(Y, U, V, nullptr, 2, 1, 1, nullptr, B); }, src32, "Rgb32_2_yuv420A"},
+        {[&] { Rgb24_2_yuv420(Y, U, V, 2, 1, 1, &h32, B); }, src24, "Rgb24_2_yuv420"},
+        {[&] { Rgb24_2_yuv420(Y, U, V, 2, 1, 1, &h24, nullptr); }, srcPtrs, "Rgb24_2_yuv420"},
+        {[&] { Rgb32_2_yuv420A(Y, U, nullptr, Y, 2, 1, 1, &h32, B); }, srcPtrs, "Rgb32_2_yuv420A"},
+        {[&] { Yuv420_2_rgb24(nullptr, B, Y, U, V, 2, 1, 1); }, "lpDstBmi && lpDstBmi->biBitCount == 24",
+         "Yuv420_2_rgb24"},
+        {[&] { Yuv420_2_rgb32(&h24, B, Y, U, V, 2, 1, 1); }, dst32, "Yuv420_2_rgb32"},
+        {[&] { Yuv420_2_Argb(&h24, B, Y, U, V, 2, 1, 1); }, dst32, "Yuv420_2_Argb"},
+        {[&] { Yuv420_2_rgb24(&h24, B, nullptr, U, V, 2, 1, 1); }, dstPtrs, "Yuv420_2_rgb24"},
+        {[&] { Yuv420_2_Argb(&h32, nullptr, Y, U, V, 2, 1, 1); }, dstPtrs, "Yuv420_2_Argb"},
+        {[&] { Rgb24_2_YUY2(nullptr, 8, 0, 0, 2, 1, 1, B, 6, 0, 0, 0); }, packedPtrs, "Rgb24_2_YUY2"},
+        // (1 + 4) * 2 = 10 > 8.
+        {[&] { Rgb24_2_YUY2(Y, 8, 1, 0, 4, 1, 1, B, 12, 0, 0, 0); }, "(xDst + cxDst) * 2 <= nPitchDst", "Rgb24_2_YUY2"},
+        // 12 / 3 - 1 = 3 < 4.
+        {[&] { Rgb24_2_YUY2(Y, 8, 0, 0, 4, 1, 1, B, 12, 1, 0, 0); }, "nPitchSrc / 3 - xSrc >= cxDst", "Rgb24_2_YUY2"},
+        {[&] { YUY2_2_Rgb24(B, 12, 0, 0, 2, 1, 1, nullptr, 4, 0, 0, 0); }, packedPtrs, "YUY2_2_Rgb24"},
+        // Destination row 8 puts V at chroma row 4: offset 8 > (0 + 2) * 2.
+        {[&] { YUY2_2_Yuv420(T, T, T, 4, 2, 2, 0, 8, 4, 2, B, 8, 1, 0, 0); },
+         "(char*)V <= ((char*)pV + (ySrc + cy) * nPt_V)", "YUY2_2_Yuv420"},
+    };
+    for (const Case& c : cases) {
+        const std::string text = std::string("Assertion failed: (") + c.condition + "), function " + c.function +
+                                 ", file Common/Image/ImageConvert.cpp, line ";
+        EXPECT_DEATH(c.call(), testing::AllOf(testing::HasSubstr(text), testing::ContainsRegex("line [0-9]+\\.")))
+            << c.function;
+    }
+    // The bound itself is allowed: chroma row 1 of pitch 2 ends at offset 3 <= 4.
+    YUY2_2_Yuv420(T, T + 32, T + 48, 4, 2, 2, 0, 2, 4, 2, B, 8, 1, 0, 0);
+    // The unchecked routines take null arguments as "nothing to do".
+    EXPECT_EQ(0, Rgb24_2_yuv420Simple(nullptr, U, V, 2, 1, 1, &h24, B));
+    EXPECT_EQ(0, Yuv420_2_rgb24Simple(nullptr, B, Y, U, V, 2, 1, 1));
+    YUY2_Blt_fast(nullptr, 8, 0, 0, 2, 2, 1, B, 8, 1, 0, 0);
+    YV12_Blt_fast(nullptr, U, V, 2, 1, 1, 2, 2, Y, U, V, 2, 1, 1, 0, 0);
+    Yuv420_2_YUY2(nullptr, 8, 0, 0, 2, 2, 1, Y, U, V, 2, 1, 1, 0, 0);
 }
 
 } // namespace
-
-TEST(KernelDispatch, ReferenceAndDispatchedKernelsAgree)
-{
-    const bool wasForced = DpForceReference();
-    const unsigned char fills[2] = {0x22, 0x11};
-    std::mt19937 rng(7);
-    for (int w : {1, 2, 7, 33}) {
-        for (int h : {1, 2, 5}) {
-            Bitmap bmp(w, h, 24, 0);
-            for (auto& b : bmp.bits)
-                b = static_cast<unsigned char>(rng());
-            std::vector<Bytes> out[2];
-            for (int forced = 0; forced < 2; ++forced) {
-                DpSetForceReference(forced != 0);
-                const unsigned char fill = fills[forced];
-                Plane y(w + 3, h, fill), u((w + 1) / 2 + 1, (h + 1) / 2, fill), v((w + 1) / 2 + 1, (h + 1) / 2, fill);
-                Rgb24_2_yuv420(y.Ptr(), u.Ptr(), v.Ptr(), y.pitch, u.pitch, v.pitch, &bmp.header, bmp.bits.data());
-                Bitmap back(w, h, 24, fill);
-                Yuv420_2_rgb24(&back.header, back.bits.data(), y.Ptr(), u.Ptr(), v.Ptr(), y.pitch, u.pitch, v.pitch);
-                out[forced] = {y.data, u.data, v.data, back.bits};
-            }
-            const char* names[4] = {"Y", "U", "V", "bitmap"};
-            for (int k = 0; k < 4; ++k) {
-                SCOPED_TRACE(testing::Message() << w << "x" << h);
-                ExpectSameWrites(out[0][k], fills[0], out[1][k], fills[1], names[k]);
-            }
-        }
-    }
-    DpSetForceReference(wasForced);
-}
