@@ -114,7 +114,8 @@ TEST(Adjust, AdjustImageOrderAndFrameForm)
     AdjustImage(nullptr, 10, 10, 10);
 }
 
-// 5 x 2 mirrored: chroma rows are 3 bytes, only their first and last swap.
+// 5 x 2 mirrored: chroma rows are 3 bytes, only their first and last swap;
+// 4 x 2: every byte moves.
 // 5 x 3 flipped: luma rows 0 and 2 swap, row 1 stays; chroma has 2 rows of 3.
 // Alpha stays; null and 1 x 1 frames are safe.
 TEST(FlipImage, OddWidthAndOddHeight)
@@ -130,6 +131,10 @@ TEST(FlipImage, OddWidthAndOddHeight)
                                   {34, 35, 36, 31, 32, 33},
                                   Bytes(15, 77)}),
               FrameBytes(v.get()));
+    // Even width 4: every pair swaps, chroma rows of 2 swap too.
+    FramePtr e = MakeFrame(4, 2, Iota(8, 1), {21, 22}, {31, 32});
+    FlipImageHorz(e.get());
+    EXPECT_EQ((std::vector<Bytes>{{4, 3, 2, 1, 8, 7, 6, 5}, {22, 21}, {32, 31}, Bytes(8, 77)}), FrameBytes(e.get()));
     FlipImageHorz(nullptr);
     FlipImageVert(nullptr);
     FramePtr one = MakeFrame(1, 1, {50}, {60}, {70});
