@@ -1,23 +1,22 @@
-// dataprocess help, version, demo and bmp2jpeg.
+// dataprocess help, version, demo and bmp2jpeg, and every way a run can go
+// wrong.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "StillTestUtil.h"
 #include "ToolRunner.h"
 
 namespace tooltest {
 namespace {
 
-TEST(ToolHelp, EveryCommandExplainsItselfWithExamples)
+TEST(ToolCommands, HelpOfEveryCommandAndVersion)
 {
     for (const char* command : {"", "demo", "video", "audio", "bmp2jpeg"}) {
         SCOPED_TRACE(command);
-        std::vector<std::string> args;
+        std::vector<std::string> args{"--help"};
         if (*command)
-            args.push_back(command);
-        args.push_back("--help");
+            args.insert(args.begin(), command);
         const RunResult r = RunTool(args);
         EXPECT_EQ(r.status, 0);
         EXPECT_NE(r.out.find("Usage:"), std::string::npos) << r.out;
@@ -25,59 +24,145 @@ TEST(ToolHelp, EveryCommandExplainsItselfWithExamples)
         EXPECT_NE(r.out.find("dataprocess " + std::string(command)), std::string::npos) << r.out;
         EXPECT_EQ(r.err, "");
     }
-}
-
-TEST(ToolHelp, Version)
-{
     const RunResult r = RunTool({"--version"});
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "dataprocess " DP_EXPECTED_VERSION "\n");
 }
 
-TEST(ToolDemo, WritesItsFourFilesAndSummary)
+TEST(ToolCommands, DemoWritesItsFourFilesAndSummary)
 {
-    ScratchDir dir;
-    const RunResult r = RunTool({"demo", "--out", dir.Path(), "--seconds", "1", "-q"});
+    TempDir dir;
+    const RunResult r = RunTool({"demo", "--out", dir.path(), "--seconds", "1", "-q"});
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(dir.List(), (std::vector<std::string>{"capture.bmp", "capture.jpg", "demo.wav", "demo.y4m"}));
-    EXPECT_NE(r.out.find("DataProcess demo"), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("frames out (1280x720, 30 fps"), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("-> 48000 Hz"), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("wrote " + dir.Path() + "/demo.y4m"), std::string::npos) << r.out;
-
-    const ClipRead video = ReadClip(dir.File("demo.y4m"));
-    ASSERT_TRUE(video.ok) << video.error;
+    EXPECT_EQ(List(dir.path()), (std::vector<std::string>{"capture.bmp", "capture.jpg", "demo.wav", "demo.y4m"}));
+    for (const std::string& line : {std::string("DataProcess demo"), std::string("frames out (1280x720, 30 fps"),
+                                    std::string("-> 48000 Hz"), "wrote " + dir.file("demo.y4m")})
+        EXPECT_NE(r.out.find(line), std::string::npos) << line << " in\n" << r.out;
+    const ClipRead video = ReadClip(dir.file("demo.y4m"));
+    ASSERT_TRUE(video.ok);
     EXPECT_EQ(video.width, 1280);
     EXPECT_EQ(video.height, 720);
-    EXPECT_NEAR(static_cast<double>(video.luma.size()), 30, 1);
-    const WavRead audio = ReadWav(dir.File("demo.wav"));
-    ASSERT_TRUE(audio.ok) << audio.error;
+    EXPECT_NEAR(double(video.luma.size()), 30, 1);
+    const WavRead audio = ReadWav(dir.file("demo.wav"));
+    ASSERT_TRUE(audio.ok);
     EXPECT_EQ(audio.rate, 48000);
-    int w = 0, h = 0, bits = 0;
-    EXPECT_TRUE(ParseBmp(ReadBytes(dir.File("capture.bmp")), &w, &h, &bits));
-    EXPECT_EQ(w, 1280);
     stilltest::Picture pic;
     std::string why;
-    EXPECT_TRUE(stilltest::DecodeJpeg(ReadBytes(dir.File("capture.jpg")), &pic, &why)) << why;
+    EXPECT_TRUE(stilltest::DecodeJpeg(ReadFile(dir.file("capture.jpg")), &pic, &why)) << why;
     EXPECT_EQ(pic.width, 1280);
 }
 
-TEST(ToolBmp2Jpeg, ConvertsA24BitBitmap)
+TEST(ToolCommands, Bmp2JpegConvertsA24BitBitmap)
 {
-    ScratchDir dir;
-    WriteBytes(dir.File("in.bmp"), MakeBmp(24, 16, 24, 40, 160, 220));
-    const RunResult r = RunTool({"bmp2jpeg", dir.File("in.bmp"), dir.File("out.jpg")});
+    TempDir dir;
+    WriteFile(dir.file("in.bmp"), stilltest::BuildBmp24(stilltest::MakeFlat(24, 16, 220, 160, 40)));
+    const RunResult r = RunTool({"bmp2jpeg", dir.file("in.bmp"), dir.file("out.jpg")});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "");
-    EXPECT_EQ(dir.List(), (std::vector<std::string>{"in.bmp", "out.jpg"}));
+    EXPECT_EQ(List(dir.path()), (std::vector<std::string>{"in.bmp", "out.jpg"}));
     stilltest::Picture pic;
     std::string why;
-    ASSERT_TRUE(stilltest::DecodeJpeg(ReadBytes(dir.File("out.jpg")), &pic, &why)) << why;
+    ASSERT_TRUE(stilltest::DecodeJpeg(ReadFile(dir.file("out.jpg")), &pic, &why)) << why;
     EXPECT_EQ(pic.width, 24);
     EXPECT_EQ(pic.height, 16);
-    EXPECT_NEAR(pic.at(12, 8)[0], 220, 4);
-    EXPECT_NEAR(pic.at(12, 8)[1], 160, 4);
-    EXPECT_NEAR(pic.at(12, 8)[2], 40, 4);
+    for (int c = 0; c < 3; ++c)
+        EXPECT_NEAR(pic.at(12, 8)[c], (std::vector<int>{220, 160, 40})[c], 4) << "channel " << c;
+}
+
+// Every failure gives one line on standard error that starts with the
+// tool's name and names what is wrong, exit status 1 (processing) or 2
+// (usage), nothing on standard output, and leaves the folder as it was: no
+// output under its final name and no temporary file.
+TEST(ToolCommands, BadInputs)
+{
+    struct BadCase {
+        std::vector<std::string> args; // "@" stands for the folder
+        int status;
+        const char* mentions;
+        const char* in = "";  // standard input
+        const char* out = ""; // standard output, when not collected
+    };
+    const BadCase cases[] = {
+        // The input.
+        {{"video", "@/none.y4m", "-o", "@/out.y4m"}, 1, "none.y4m"},
+        {{"video", "@/notes.y4m", "-o", "@/out.y4m"}, 1, "notes.y4m"},
+        {{"video", "@/c444.y4m", "-o", "@/out.y4m"}, 1, "C444"},
+        {{"video", "@/short.y4m", "-o", "@/out.y4m"}, 1, "short.y4m: truncated frame"},
+        {{"video", "@/short.y4m", "-o", "@/out.y4m", "--rate", "50"}, 1, "truncated"},
+        {{"video", "-", "-o", "@/out.y4m"}, 1, "truncated", "@/short.y4m"},
+        {{"audio", "@/junk.wav", "-o", "@/out.wav"}, 1, "junk.wav"},
+        {{"audio", "-", "-o", "-"}, 1, "RIFF", "@/junk.wav"},
+        {{"audio", "@/float.wav", "-o", "@/out.wav"}, 1, "float"},
+        {{"audio", "@/cut.wav", "-o", "@/out.wav"}, 1, "cut.wav"},
+        {{"bmp2jpeg", "@/none.bmp", "@/out.jpg"}, 1, "none.bmp"},
+        {{"bmp2jpeg", "@/pic32.bmp", "@/out.jpg"}, 1, "pic32.bmp"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--watermark", "@/none.bmp"}, 1, "none.bmp"},
+        // The output.
+        {{"video", "@/in.y4m", "-o", "@/gone/out.y4m"}, 1, "gone/out.y4m"},
+        {{"audio", "@/in.wav", "-o", "@/in.y4m/out.wav"}, 1, "out.wav"},
+        {{"bmp2jpeg", "@/pic24.bmp", "@/gone/a/out.jpg"}, 1, "gone/a/out.jpg"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--capture", "0:@/gone/shot.jpg"}, 1, "gone/shot.jpg"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--capture", "30:@/shot.bmp"}, 1, "shot.bmp: capture at 30 s"},
+        {{"video", "@/in.y4m", "-o", "-", "-q"}, 1, "standard output", "", "/dev/full"},
+        {{"video", "@/in.y4m", "-o", "@/in.y4m"}, 2, "-o"},
+        // Option values.
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--size", "12"}, 2, "--size"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--crop", "1,2"}, 2, "--crop"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--rotate", "45"}, 2, "--rotate"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--filter", "bogus"}, 2, "--filter"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--capture", "3:x.png"}, 2, "--capture"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--rate", "500"}, 2, "--rate"},
+        {{"audio", "@/in.wav", "-o", "@/out.wav", "--channels", "3"}, 2, "--channels"},
+        {{"audio", "@/in.wav", "-o", "@/out.wav", "--fade-in", "0"}, 2, "--fade-in"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--sharpen"}, 2, "--sharpen"},
+        // Missing arguments.
+        {{"video", "@/in.y4m"}, 2, "--output"},
+        {{"audio", "-o", "@/out.wav"}, 2, "input"},
+        {{"bmp2jpeg", "@/pic32.bmp"}, 2, "output"},
+        {{}, 2, "subcommand"},
+    };
+    TempDir dir;
+    auto text = [&dir](const char* name, const std::string& s) {
+        WriteFile(dir.file(name), Bytes(s.begin(), s.end()));
+    };
+    MakeClip(dir.file("in.y4m"), ClipShape{});
+    const Bytes clip = ReadFile(dir.file("in.y4m"));
+    WriteFile(dir.file("short.y4m"), Bytes(clip.begin(), clip.end() - 50));
+    text("notes.y4m", "these are not pictures\n");
+    text("c444.y4m", "YUV4MPEG2 W16 H8 F25:1 C444\nFRAME\n" + std::string(16 * 8 * 3, 'x'));
+    MakeTone(dir.file("in.wav"), 44100, 2, 4410);
+    text("junk.wav", "JUNK" + std::string(60, 'j'));
+    WriteFile(dir.file("float.wav"), Wav(44100, 1, 3, 32, Bytes(400)));
+    WriteFile(dir.file("cut.wav"), Wav(44100, 1, 1, 16, Bytes(399), 400));
+    WriteFile(dir.file("pic24.bmp"), stilltest::BuildBmp24(stilltest::MakeFlat(3, 4, 1, 2, 3)));
+    // Three pixels of 24 bits pad their rows to 12 bytes, as three of 32
+    // bits fill them: with its bit count changed the file is a valid
+    // 32-bit bitmap.
+    Bytes pic32 = ReadFile(dir.file("pic24.bmp"));
+    pic32[28] = 32;
+    WriteFile(dir.file("pic32.bmp"), pic32);
+    const std::vector<std::string> before = List(dir.path());
+    auto place = [&dir](std::string s) {
+        for (size_t at; (at = s.find('@')) != std::string::npos;)
+            s.replace(at, 1, dir.path());
+        return s;
+    };
+
+    for (const BadCase& c : cases) {
+        std::vector<std::string> args;
+        for (const std::string& a : c.args)
+            args.push_back(place(a));
+        SCOPED_TRACE(testing::PrintToString(args));
+        if (*c.out && !stilltest::FileExists(c.out))
+            continue; // no /dev/full here
+        const RunResult r = RunTool(args, place(c.in), c.out);
+        EXPECT_EQ(r.status, c.status) << r.err;
+        EXPECT_TRUE(IsOneLine(r.err)) << r.err;
+        EXPECT_EQ(r.err.rfind("dataprocess: ", 0), 0u) << r.err;
+        EXPECT_NE(r.err.find(c.mentions), std::string::npos) << r.err;
+        EXPECT_EQ(r.out, "");
+        EXPECT_EQ(List(dir.path()), before);
+    }
 }
 
 } // namespace

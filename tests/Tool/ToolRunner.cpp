@@ -4,22 +4,13 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
+#include <filesystem>
+#include <sstream>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <DataProcess/DataProcess.h>
-
-#include "WavAudioSource.h"
-#include "WavWriter.h"
-#include "Y4mVideoSource.h"
-#include "Y4mWriter.h"
 
 extern char** environ;
 
@@ -29,31 +20,22 @@ namespace {
 
 std::string Slurp(const std::string& path)
 {
-    const Bytes b = ReadBytes(path);
+    const Bytes b = ReadFile(path);
     return std::string(b.begin(), b.end());
 }
 
-int OpenForChild(const std::string& path, int flags)
-{
-    return ::open(path.c_str(), flags | O_CLOEXEC, 0644);
-}
-
-std::vector<char*> Argv(std::vector<std::string>& storage)
-{
-    std::vector<char*> argv;
-    for (auto& s : storage)
-        argv.push_back(&s[0]);
-    argv.push_back(nullptr);
-    return argv;
-}
+int Open(const std::string& path, int flags) { return ::open(path.c_str(), flags | O_CLOEXEC, 0644); }
 
 // Starts the tool with descriptors 0, 1 and 2 taken from in, out and err
-// (all opened close-on-exec; dup2 clears the flag on the copies).
+// (all close-on-exec; dup2 clears the flag on the copies).
 pid_t Spawn(const std::vector<std::string>& args, int in, int out, int err)
 {
     std::vector<std::string> storage{DP_TOOL_PATH};
     storage.insert(storage.end(), args.begin(), args.end());
-    std::vector<char*> argv = Argv(storage);
+    std::vector<char*> argv;
+    for (std::string& s : storage)
+        argv.push_back(&s[0]);
+    argv.push_back(nullptr);
     posix_spawn_file_actions_t fa;
     posix_spawn_file_actions_init(&fa);
     posix_spawn_file_actions_adddup2(&fa, in, 0);
@@ -68,64 +50,44 @@ pid_t Spawn(const std::vector<std::string>& args, int in, int out, int err)
 
 int Wait(pid_t pid)
 {
-    if (pid < 0)
-        return -1;
     int st = 0;
-    while (waitpid(pid, &st, 0) < 0) {
+    while (pid >= 0 && waitpid(pid, &st, 0) < 0) {
     }
-    return WIFEXITED(st) ? WEXITSTATUS(st) : -1;
+    return pid >= 0 && WIFEXITED(st) ? WEXITSTATUS(st) : -1;
 }
-
-int OpenInput(const std::string& path) { return OpenForChild(path.empty() ? "/dev/null" : path, O_RDONLY); }
 
 } // namespace
 
-RunResult RunTool(const std::vector<std::string>& args, const std::string& stdinPath, const std::string& stdoutPath)
+std::vector<RunResult> RunPipe(const std::vector<std::vector<std::string>>& stages, const std::string& in,
+                               const std::string& out)
 {
-    ScratchDir io;
-    const std::string outPath = stdoutPath.empty() ? io.File("out") : stdoutPath;
-    const int in = OpenInput(stdinPath);
-    const int out = OpenForChild(outPath, O_WRONLY | O_CREAT | O_TRUNC);
-    const int err = OpenForChild(io.File("err"), O_WRONLY | O_CREAT | O_TRUNC);
-    RunResult r;
-    r.status = Wait(Spawn(args, in, out, err));
-    close(in);
-    close(out);
-    close(err);
-    if (stdoutPath.empty())
-        r.out = Slurp(outPath);
-    r.err = Slurp(io.File("err"));
-    return r;
-}
-
-PipeResult RunToolPipe(const std::vector<std::string>& first, const std::vector<std::string>& second,
-                   const std::string& stdinPath)
-{
-    ScratchDir io;
-    int fds[2];
-    PipeResult r;
-    if (pipe2(fds, O_CLOEXEC) != 0)
-        return r;
-    const int in = OpenInput(stdinPath);
-    const int out = OpenForChild(io.File("out"), O_WRONLY | O_CREAT | O_TRUNC);
-    const int err1 = OpenForChild(io.File("err1"), O_WRONLY | O_CREAT | O_TRUNC);
-    const int err2 = OpenForChild(io.File("err2"), O_WRONLY | O_CREAT | O_TRUNC);
-    const pid_t a = Spawn(first, in, fds[1], err1);
-    const pid_t b = Spawn(second, fds[0], out, err2);
-    // Only the children may hold the pipe, or the second would never see
-    // its end.
-    close(fds[0]);
-    close(fds[1]);
-    r.first.status = Wait(a);
-    r.second.status = Wait(b);
-    close(in);
-    close(out);
-    close(err1);
-    close(err2);
-    r.first.err = Slurp(io.File("err1"));
-    r.second.out = Slurp(io.File("out"));
-    r.second.err = Slurp(io.File("err2"));
-    return r;
+    TempDir io;
+    std::vector<pid_t> pids;
+    int input = Open(in.empty() ? "/dev/null" : in, O_RDONLY);
+    for (size_t i = 0; i < stages.size(); ++i) {
+        int fds[2] = {-1, -1};
+        const bool last = i + 1 == stages.size();
+        if (!last && pipe2(fds, O_CLOEXEC) != 0)
+            break;
+        const int output = last ? Open(out.empty() ? io.file("out") : out, O_WRONLY | O_CREAT | O_TRUNC) : fds[1];
+        const int err = Open(io.file("err" + std::to_string(i)), O_WRONLY | O_CREAT | O_TRUNC);
+        pids.push_back(Spawn(stages[i], input, output, err));
+        // Only the children may hold the pipe, or the next stage would never
+        // see its end.
+        close(input);
+        close(output);
+        close(err);
+        input = fds[0];
+    }
+    close(input);
+    std::vector<RunResult> results(stages.size());
+    for (size_t i = 0; i < pids.size(); ++i) {
+        results[i].status = Wait(pids[i]);
+        results[i].err = Slurp(io.file("err" + std::to_string(i)));
+    }
+    if (out.empty())
+        results.back().out = Slurp(io.file("out"));
+    return results;
 }
 
 bool IsOneLine(const std::string& text)
@@ -133,230 +95,125 @@ bool IsOneLine(const std::string& text)
     return !text.empty() && text.back() == '\n' && std::count(text.begin(), text.end(), '\n') == 1;
 }
 
-ScratchDir::ScratchDir()
-{
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/dp-tooltest-XXXXXX";
-    std::vector<char> buf(pattern.begin(), pattern.end());
-    buf.push_back('\0');
-    if (mkdtemp(buf.data()))
-        m_path = buf.data();
-}
-
-ScratchDir::~ScratchDir()
-{
-    if (m_path.empty())
-        return;
-    for (const std::string& name : List()) {
-        const std::string p = File(name);
-        struct stat st;
-        if (lstat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            if (DIR* d = opendir(p.c_str())) {
-                while (dirent* e = readdir(d))
-                    if (std::strcmp(e->d_name, ".") && std::strcmp(e->d_name, ".."))
-                        std::remove((p + "/" + e->d_name).c_str());
-                closedir(d);
-            }
-            rmdir(p.c_str());
-        } else {
-            std::remove(p.c_str());
-        }
-    }
-    rmdir(m_path.c_str());
-}
-
-std::vector<std::string> ScratchDir::List() const
+std::vector<std::string> List(const std::string& dir)
 {
     std::vector<std::string> names;
-    if (DIR* d = opendir(m_path.c_str())) {
-        while (dirent* e = readdir(d)) {
-            const std::string n = e->d_name;
-            if (n != "." && n != "..")
-                names.push_back(n);
-        }
-        closedir(d);
-    }
+    for (const auto& e : std::filesystem::directory_iterator(dir))
+        names.push_back(e.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }
 
-Bytes ReadBytes(const std::string& path)
-{
-    Bytes data;
-    if (FILE* f = std::fopen(path.c_str(), "rb")) {
-        unsigned char buf[65536];
-        size_t n;
-        while ((n = std::fread(buf, 1, sizeof(buf), f)) > 0)
-            data.insert(data.end(), buf, buf + n);
-        std::fclose(f);
-    }
-    return data;
-}
-
-void WriteBytes(const std::string& path, const Bytes& data)
-{
-    if (FILE* f = std::fopen(path.c_str(), "wb")) {
-        if (!data.empty())
-            std::fwrite(data.data(), 1, data.size(), f);
-        std::fclose(f);
-    }
-}
-
-bool Exists(const std::string& path)
-{
-    struct stat st;
-    return stat(path.c_str(), &st) == 0;
-}
-
 void MakeClip(const std::string& path, const ClipShape& c)
 {
-    Y4mStreamFormat fmt;
-    fmt.width = c.width;
-    fmt.height = c.height;
-    fmt.rateNum = c.rateNum;
-    fmt.rateDen = c.rateDen;
-    Y4mWriter w;
-    if (!w.Open(path, fmt))
-        return;
-    std::unique_ptr<MEDIA_FRAME, void (*)(MEDIA_FRAME*)> f(CreateYV12Frame(c.width, c.height, 0, 1),
-                                                           ReleaseYV12Frame);
+    std::string s = "YUV4MPEG2 W" + std::to_string(c.width) + " H" + std::to_string(c.height) + " F" +
+                    std::to_string(c.rateNum) + ":" + std::to_string(c.rateDen) + " C420jpeg\n";
+    const size_t chroma = 2 * size_t((c.width + 1) / 2) * size_t((c.height + 1) / 2);
     for (int i = 0; i < c.frames; ++i) {
-        for (int y = 0; y < c.height; ++y)
-            std::memset(f->pY + static_cast<ptrdiff_t>(y) * f->nPitchY, FrameLuma(i), static_cast<size_t>(c.width));
+        std::string y(size_t(c.width) * c.height, char(FrameLuma(i)));
         if (c.markX >= 0 && c.markY >= 0)
-            f->pY[static_cast<ptrdiff_t>(c.markY) * f->nPitchY + c.markX] = kMarkLuma;
-        w.WriteFrame(f.get());
+            y[size_t(c.markY) * c.width + c.markX] = char(kMarkLuma);
+        s += "FRAME\n" + y + std::string(chroma, char(128));
     }
-    w.Commit();
+    WriteFile(path, Bytes(s.begin(), s.end()));
 }
 
-void MakeTone(const std::string& path, int rate, int channels, int64_t frames)
+Bytes Wav(int rate, int channels, int tag, int bits, const Bytes& data, int64_t claimed)
 {
-    WavStreamFormat fmt;
-    fmt.sampleRate = rate;
-    fmt.channels = channels;
-    WavWriter w;
-    if (!w.Open(path, fmt))
-        return;
-    std::vector<int16_t> block;
-    const double pi = 3.14159265358979323846;
-    for (int64_t k = 0; k < frames; ++k)
-        for (int c = 0; c < channels; ++c)
-            block.push_back(static_cast<int16_t>(std::lround(8000 * std::sin(2 * pi * 441.0 * (c + 1) * k / rate))));
-    w.WriteSamples(block.data(), block.size() * sizeof(int16_t));
-    w.Commit();
-}
-
-Bytes MakeBmp(int w, int h, int bits, unsigned char b, unsigned char g, unsigned char r, unsigned char a)
-{
-    const int bpp = bits / 8;
-    const uint32_t stride = static_cast<uint32_t>((w * bits + 31) / 32 * 4);
-    const uint32_t image = stride * static_cast<uint32_t>(h);
-    Bytes f(54 + image, 0);
-    auto put32 = [&f](size_t at, uint32_t v) {
-        for (int i = 0; i < 4; ++i)
-            f[at + i] = static_cast<unsigned char>(v >> (8 * i));
+    const uint32_t size = uint32_t(claimed < 0 ? int64_t(data.size()) : claimed), align = channels * bits / 8;
+    auto le = [](uint32_t v, int bytes) {
+        std::string s;
+        for (int i = 0; i < bytes; ++i)
+            s += char(v >> (8 * i));
+        return s;
     };
-    f[0] = 'B';
-    f[1] = 'M';
-    put32(2, static_cast<uint32_t>(f.size()));
-    put32(10, 54);
-    put32(14, 40);
-    put32(18, static_cast<uint32_t>(w));
-    put32(22, static_cast<uint32_t>(h));
-    f[26] = 1;
-    f[28] = static_cast<unsigned char>(bits);
-    put32(34, image);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            unsigned char* p = &f[54 + y * stride + x * bpp];
-            p[0] = b;
-            p[1] = g;
-            p[2] = r;
-            if (bpp == 4)
-                p[3] = a;
-        }
+    const std::string head = "RIFF" + le(36 + size, 4) + "WAVE" + "fmt " + le(16, 4) + le(tag, 2) + le(channels, 2) +
+                             le(rate, 4) + le(rate * align, 4) + le(align, 2) + le(bits, 2) + "data" + le(size, 4);
+    Bytes f(head.begin(), head.end());
+    f.insert(f.end(), data.begin(), data.end());
     return f;
+}
+
+void MakeTone(const std::string& path, int rate, int channels, int frames)
+{
+    Bytes data;
+    const double pi = 3.14159265358979323846;
+    for (int k = 0; k < frames; ++k)
+        for (int c = 0; c < channels; ++c) {
+            const long v = std::lround(8000 * std::sin(2 * pi * 441.0 * (c + 1) * k / rate));
+            data.insert(data.end(), {uint8_t(v & 0xFF), uint8_t((v >> 8) & 0xFF)});
+        }
+    WriteFile(path, Wav(rate, channels, 1, 16, data));
 }
 
 ClipRead ReadClip(const std::string& path)
 {
+    const Bytes f = ReadFile(path);
     ClipRead r;
-    Y4mVideoSource src;
-    if (src.OpenPath(path) != HOSTFILE_OK) {
-        r.error = src.LastError();
+    const auto eol = std::find(f.begin(), f.end(), '\n');
+    std::istringstream header(std::string(f.begin(), eol));
+    std::string word;
+    if (eol == f.end() || !(header >> word) || word != "YUV4MPEG2")
         return r;
+    while (header >> word) {
+        const char* v = word.c_str() + 1;
+        if (word[0] == 'W')
+            r.width = std::atoi(v);
+        else if (word[0] == 'H')
+            r.height = std::atoi(v);
+        else if (word[0] == 'F')
+            std::sscanf(v, "%d:%d", &r.rateNum, &r.rateDen);
     }
-    r.width = src.Width();
-    r.height = src.Height();
-    r.rateNum = src.RateNum();
-    r.rateDen = src.RateDen();
-    for (;;) {
-        const MEDIA_FRAME* f = src.GetFrame();
-        if (!f)
-            break;
-        Bytes y(static_cast<size_t>(r.width) * r.height);
-        for (int row = 0; row < r.height; ++row)
-            std::memcpy(&y[static_cast<size_t>(row) * r.width], f->pY + static_cast<ptrdiff_t>(row) * f->nPitchY,
-                        static_cast<size_t>(r.width));
-        r.luma.push_back(std::move(y));
-        if (src.Forward(1) < 1)
-            break;
+    if (r.width <= 0 || r.height <= 0)
+        return r;
+    const size_t ySize = size_t(r.width) * r.height;
+    const size_t frame = ySize + 2 * size_t((r.width + 1) / 2) * size_t((r.height + 1) / 2);
+    for (size_t at = size_t(eol - f.begin()) + 1; at < f.size(); at += frame) {
+        const auto nl = std::find(f.begin() + at, f.end(), '\n');
+        if (std::string(f.begin() + at, nl).compare(0, 5, "FRAME") != 0 || size_t(f.end() - nl) <= frame)
+            return r;
+        at = size_t(nl - f.begin()) + 1;
+        r.luma.emplace_back(f.begin() + at, f.begin() + at + ySize);
     }
-    r.error = src.LastError();
-    r.ok = r.error.empty() && !src.Truncated();
+    r.ok = true;
     return r;
 }
 
 WavRead ReadWav(const std::string& path)
 {
+    using stilltest::Le;
+    const Bytes f = ReadFile(path);
     WavRead r;
-    WavAudioSource src;
-    if (src.OpenPath(path) != HOSTFILE_OK) {
-        r.error = src.LastError();
+    if (f.size() < 12 || std::string(f.begin(), f.begin() + 4) != "RIFF" ||
+        std::string(f.begin() + 8, f.begin() + 12) != "WAVE")
         return r;
-    }
-    r.rate = src.SampleRate();
-    r.channels = src.Channels();
-    r.bits = src.BitsPerSample();
-    while (MEDIA_FRAME* f = src.GetNextFrame()) {
-        if (r.bits == 16) {
-            const auto* s = reinterpret_cast<const int16_t*>(f->pData);
-            r.samples.insert(r.samples.end(), s, s + f->nDataSize / 2);
+    int bits = 0;
+    for (size_t at = 12; at + 8 <= f.size();) {
+        const std::string id(f.begin() + at, f.begin() + at + 4);
+        const size_t size = Le(f, at + 4, 4), body = at + 8;
+        if (size > f.size() - body)
+            return r;
+        if (id == "fmt " && size >= 16) {
+            r.channels = int(Le(f, body + 2, 2));
+            r.rate = int(Le(f, body + 4, 4));
+            bits = int(Le(f, body + 14, 2));
+        } else if (id == "data") {
+            for (size_t i = 0; i + 1 < size; i += 2)
+                r.samples.push_back(int16_t(Le(f, body + i, 2)));
+            r.ok = bits == 16 && r.channels > 0 && size % (2 * size_t(r.channels)) == 0;
+            return r;
         }
+        at = body + size + (size & 1);
     }
-    r.error = src.LastError();
-    r.ok = r.error.empty() && !src.Truncated();
     return r;
 }
 
-bool ParseBmp(const Bytes& f, int* width, int* height, int* bits)
+Positions Find(const Bytes& luma, int width, int value)
 {
-    if (f.size() < 54 || f[0] != 'B' || f[1] != 'M')
-        return false;
-    auto le32 = [&f](size_t at) {
-        return static_cast<uint32_t>(f[at] | (f[at + 1] << 8) | (f[at + 2] << 16) | (uint32_t(f[at + 3]) << 24));
-    };
-    const uint32_t size = le32(2), off = le32(10), hdr = le32(14);
-    const int32_t w = static_cast<int32_t>(le32(18)), h = static_cast<int32_t>(le32(22));
-    const int bpp = f[28] | (f[29] << 8);
-    if (size != f.size() || off != 54 || hdr != 40 || w <= 0 || h == 0)
-        return false;
-    const uint64_t stride = (uint64_t(w) * bpp + 31) / 32 * 4;
-    if (54 + stride * uint64_t(h < 0 ? -int64_t(h) : h) != size)
-        return false;
-    *width = w;
-    *height = h;
-    *bits = bpp;
-    return true;
-}
-
-std::vector<std::pair<int, int>> Find(const Bytes& luma, int width, int value)
-{
-    std::vector<std::pair<int, int>> at;
+    Positions at;
     for (size_t i = 0; i < luma.size(); ++i)
         if (luma[i] == value)
-            at.emplace_back(static_cast<int>(i % width), static_cast<int>(i / width));
+            at.emplace_back(int(i % width), int(i / width));
     return at;
 }
 

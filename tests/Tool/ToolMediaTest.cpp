@@ -1,0 +1,181 @@
+// dataprocess video and audio on small generated files: sizes, picture and
+// sample counts, where a marked pixel lands, rate conversion, volume,
+// captures and pipes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "ToolRunner.h"
+
+namespace tooltest {
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::vector<std::string> Join(std::vector<std::string> a, const std::vector<std::string>& b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+class ToolVideo : public ::testing::Test {
+protected:
+    // A 10-picture 32x16 clip at 25 fps with a mark at (5, 3).
+    void SetUp() override { MakeClip(input, ClipShape{32, 16, 10, 25, 1, 5, 3}); }
+
+    ClipRead RunToFile(const std::vector<std::string>& options)
+    {
+        const RunResult r = RunTool(Join({"video", input, "-o", output, "-q"}, options));
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, "");
+        return ReadClip(output);
+    }
+
+    TempDir dir;
+    const std::string input = dir.file("in.y4m");
+    const std::string output = dir.file("out.y4m");
+};
+
+struct VideoCase {
+    std::vector<std::string> options;
+    int width, height, rateNum, rateDen;
+    std::vector<int> pictures; // the source picture shown by each output picture
+    Positions mark;            // of kMarkLuma in every picture (not checked when empty)
+    size_t black;              // pixels at luma 16 in every picture
+};
+
+// Without --size a quarter turn turns the frame too: 32x16 becomes 16x32.
+// The image routine turns about the origin and shifts by one frame side,
+// which leaves one row (90) or column (270) of the turned frame black and
+// drops one column (90) or row (270) of the source: kept as it is.
+//   90:  out(X, Y) = in(W - Y, X)   (counter-clockwise on screen)
+//   270: out(X, Y) = in(Y, H - X)
+// The constant-rate stage shows the last picture once more when its last
+// step could still advance the source (9 after 8 at half the rate).
+TEST_F(ToolVideo, GeometryAndRate)
+{
+    const std::vector<int> all{0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+    const VideoCase cases[] = {
+        {{}, 32, 16, 25, 1, all, {{5, 3}}, 0},
+        {{"--size", "64x32"}, 64, 32, 25, 1, all, {}, 0},
+        {{"--crop", "2,1,18,9"}, 16, 8, 25, 1, all, {{5 - 2, 3 - 1}}, 0},
+        {{"--rotate", "90"}, 16, 32, 25, 1, all, {{3, 32 - 5}}, 16},
+        {{"--rotate", "270"}, 16, 32, 25, 1, all, {{16 - 3, 5}}, 32},
+        {{"--rate", "50"}, 32, 16, 50, 1, {0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9}, {{5, 3}}, 0},
+        {{"--rate", "12.5"}, 32, 16, 25, 2, {0, 2, 4, 6, 8, 9}, {{5, 3}}, 0},
+    };
+    for (const VideoCase& c : cases) {
+        SCOPED_TRACE(c.options.empty() ? "pass-through" : c.options[0] + " " + c.options[1]);
+        const ClipRead out = RunToFile(c.options);
+        ASSERT_TRUE(out.ok);
+        EXPECT_EQ(out.width, c.width);
+        EXPECT_EQ(out.height, c.height);
+        EXPECT_EQ(int64_t(out.rateNum) * c.rateDen, int64_t(c.rateNum) * out.rateDen)
+            << out.rateNum << ":" << out.rateDen;
+        ASSERT_EQ(out.luma.size(), c.pictures.size());
+        for (size_t k = 0; k < c.pictures.size(); ++k) {
+            SCOPED_TRACE("picture " + std::to_string(k));
+            // The last pixel is off the mark and off any black edge.
+            EXPECT_EQ(out.luma[k].back(), FrameLuma(c.pictures[k]));
+            if (!c.mark.empty()) {
+                EXPECT_EQ(Find(out.luma[k], c.width, kMarkLuma), c.mark);
+            }
+            EXPECT_EQ(Find(out.luma[k], c.width, 16).size(), c.black);
+        }
+        EXPECT_EQ(List(dir.path()), (Names{"in.y4m", "out.y4m"}));
+    }
+}
+
+TEST_F(ToolVideo, CapturesToJpegAndBmpLeaveOnlyTheFinishedFiles)
+{
+    const std::string jpg = dir.file("shot.jpg"), bmp = dir.file("shot.bmp");
+    ASSERT_TRUE(RunToFile({"--size", "48x24", "--capture", "0.1:" + jpg, "--capture", "0.2:" + bmp}).ok);
+    EXPECT_EQ(List(dir.path()), (Names{"in.y4m", "out.y4m", "shot.bmp", "shot.jpg"}));
+    stilltest::Picture pic;
+    std::string why;
+    ASSERT_TRUE(stilltest::DecodeJpeg(ReadFile(jpg), &pic, &why)) << why;
+    EXPECT_EQ(pic.width, 48);
+    EXPECT_EQ(pic.height, 24);
+    // bfSize, width, height and bit count of a 24-bit bottom-up file.
+    const Bytes f = ReadFile(bmp);
+    ASSERT_EQ(f.size(), 54u + 48 * 3 * 24);
+    for (auto field : {std::pair<size_t, uint32_t>{2, 54 + 48 * 3 * 24}, {18, 48}, {22, 24}, {28, 24}})
+        EXPECT_EQ(stilltest::Le(f, field.first, field.first == 28 ? 2 : 4), field.second) << "at " << field.first;
+}
+
+// Standard input to standard output gives the bytes of the file-to-file
+// run. A stage watermark placed by a rectangle makes the library print a
+// line on standard output: with -o - it must go to standard error instead.
+TEST_F(ToolVideo, PipeGivesTheFileResultAndKeepsMessagesOutOfTheData)
+{
+    const std::string logo = dir.file("logo.bmp");
+    WriteFile(logo, stilltest::BuildBmp24(stilltest::MakeFlat(8, 4, 255, 0, 0)));
+    const std::vector<std::string> opts{"-q", "--watermark", logo, "--watermark-rect", "4,4,12,8"};
+    const RunResult piped = RunTool(Join({"video", "-", "-o", "-"}, opts), input);
+    ASSERT_EQ(piped.status, 0) << piped.err;
+    const RunResult filed = RunTool(Join({"video", input, "-o", output}, opts));
+    ASSERT_EQ(filed.status, 0) << filed.err;
+    EXPECT_EQ(filed.out, "\t\t (100, 4, 4, 12)\r\n");
+    EXPECT_EQ(piped.err, filed.out);
+    EXPECT_EQ(Bytes(piped.out.begin(), piped.out.end()), ReadFile(output));
+    const ClipRead back = ReadClip(output);
+    ASSERT_TRUE(back.ok);
+    ASSERT_EQ(back.luma.size(), 10u);
+    EXPECT_NE(back.luma[0][5 * 32 + 6], FrameLuma(0)) << "the red logo changes the luma under it";
+}
+
+int Peak(const std::vector<int16_t>& s)
+{
+    int p = 0;
+    for (int16_t v : s)
+        p = std::max(p, std::abs(int(v)));
+    return p;
+}
+
+// One second of 44.1 kHz stereo through one stage or a pipe of two: the
+// first reads the file, a second reads the first's standard output.
+TEST(ToolAudio, RateChannelsAndVolume)
+{
+    struct {
+        std::vector<std::vector<std::string>> stages; // options of each
+        int rate, channels, tolerance, peakMin, peakMax;
+        int volume = 0; // when set, every sample is the input's scaled by this percent
+    } const cases[] = {
+        {{{"--rate", "48000"}}, 48000, 2, 2, 7900, 8100},
+        {{{"--channels", "1"}}, 44100, 1, 2, 2000, 16000},
+        {{{"--volume", "50"}}, 44100, 2, 0, 3900, 4100, 50},
+        {{{"--rate", "48000"}, {"--channels", "1"}}, 48000, 1, 4, 2000, 16000},
+    };
+    TempDir dir;
+    const std::string input = dir.file("in.wav"), output = dir.file("out.wav");
+    MakeTone(input, 44100, 2, 44100);
+    const WavRead in = ReadWav(input);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.stages.size() == 1 ? c.stages[0][0] : "pipe");
+        std::vector<std::vector<std::string>> stages;
+        for (const auto& opts : c.stages) {
+            const bool last = stages.size() + 1 == c.stages.size();
+            stages.push_back(Join({"audio", stages.empty() ? input : "-", "-o", last ? output : "-", "-q"}, opts));
+        }
+        for (const RunResult& r : RunPipe(stages)) {
+            EXPECT_EQ(r.status, 0) << r.err;
+            EXPECT_EQ(r.err, "");
+        }
+        const WavRead out = ReadWav(output);
+        ASSERT_TRUE(out.ok);
+        EXPECT_EQ(out.rate, c.rate);
+        EXPECT_EQ(out.channels, c.channels);
+        EXPECT_NEAR(double(out.samples.size() / c.channels), c.rate, c.tolerance) << "one second";
+        EXPECT_GE(Peak(out.samples), c.peakMin);
+        EXPECT_LE(Peak(out.samples), c.peakMax);
+        EXPECT_EQ(List(dir.path()), (Names{"in.wav", "out.wav"}));
+        for (size_t i = 0; c.volume && i < in.samples.size(); ++i)
+            ASSERT_EQ(out.samples.at(i), in.samples[i] * c.volume / 100) << "sample " << i;
+    }
+}
+
+} // namespace
+} // namespace tooltest
