@@ -52,7 +52,6 @@ WavAudioSource::~WavAudioSource() { Reset(); }
 
 void WavAudioSource::Reset()
 {
-    m_file.Close();
     ReleaseAudioFrame(m_frame);
     m_frame = nullptr;
     m_rate = m_channels = m_bits = m_blockAlign = 0;
@@ -68,88 +67,56 @@ void WavAudioSource::Reset()
 
 int WavAudioSource::Close()
 {
-    // The last error and the truncation flag stay readable after Close.
-    Reset();
-    FillStreamBlock();
+    m_in.Close();
     return 1;
 }
 
-int WavAudioSource::Open(const wchar_t* path, const DecParam*, int* error)
-{
-    int rc = HOSTFILE_CANNOT_OPEN;
-    if (path) {
-        rc = OpenPath(HostPathFromWide(path));
-    } else {
-        Reset();
-        m_truncated = false;
-        rc = OpenFail(HOSTFILE_CANNOT_OPEN, "no file name given");
-    }
-    if (error)
-        *error = rc;
-    return rc == HOSTFILE_OK ? 1 : 0;
-}
+int WavAudioSource::Open(const wchar_t* path, const DecParam*, int* error) { return m_in.Open(path, error); }
 
-int WavAudioSource::OpenPath(const std::string& path)
-{
-    Reset();
-    m_error.clear();
-    m_truncated = false;
-    if (!m_file.OpenRead(path))
-        return OpenFail(HOSTFILE_CANNOT_OPEN, m_file.Error());
-    return Begin();
-}
+int WavAudioSource::OpenPath(const std::string& path) { return m_in.OpenPath(path); }
 
 int WavAudioSource::OpenStream(FILE* stream, const std::string& name, bool own)
 {
-    Reset();
-    m_error.clear();
-    m_truncated = false;
-    if (!m_file.Attach(stream, name, own))
-        return OpenFail(HOSTFILE_CANNOT_OPEN, m_file.Error());
-    return Begin();
+    return m_in.OpenStream(stream, name, own);
 }
 
-int WavAudioSource::OpenFail(int code, std::string message)
+void WavAudioSource::Forget()
 {
-    const std::string name = m_file.Name();
     Reset();
     FillStreamBlock();
-    m_error = name.empty() ? message : name + ": " + message;
-    return code;
 }
-
-void WavAudioSource::SetError(const std::string& message) { m_error = m_file.Name() + ": " + message; }
 
 int WavAudioSource::Begin()
 {
     auto truncatedHeader = [this](const std::string& where) {
-        if (m_file.Failed())
-            return OpenFail(HOSTFILE_IO_ERROR, m_file.Error());
-        return OpenFail(HOSTFILE_TRUNCATED, "truncated header (the stream ends at byte " +
-                                                std::to_string(m_file.Position()) + " " + where + ")");
+        if (m_in.file.Failed())
+            return m_in.Fail(HOSTFILE_IO_ERROR, m_in.file.Error());
+        return m_in.Fail(HOSTFILE_TRUNCATED, "truncated header (the stream ends at byte " +
+                                                  std::to_string(m_in.file.Position()) + " " + where + ")");
     };
 
     unsigned char riff[12];
-    const size_t got = m_file.Read(riff, sizeof(riff));
-    if (m_file.Failed())
-        return OpenFail(HOSTFILE_IO_ERROR, m_file.Error());
+    const size_t got = m_in.file.Read(riff, sizeof(riff));
+    if (m_in.file.Failed())
+        return m_in.Fail(HOSTFILE_IO_ERROR, m_in.file.Error());
     if (got == 0)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "empty input (not a WAV file)");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "empty input (not a WAV file)");
     if (got >= 4 && std::memcmp(riff, "RIFX", 4) == 0)
-        return OpenFail(HOSTFILE_UNSUPPORTED, "big-endian WAV (RIFX) is not supported");
+        return m_in.Fail(HOSTFILE_UNSUPPORTED, "big-endian WAV (RIFX) is not supported");
     if (got >= 4 && std::memcmp(riff, "RF64", 4) == 0)
-        return OpenFail(HOSTFILE_UNSUPPORTED, "RF64 WAV is not supported");
+        return m_in.Fail(HOSTFILE_UNSUPPORTED, "RF64 WAV is not supported");
     if (got < 4 || std::memcmp(riff, "RIFF", 4) != 0)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "not a WAV file (no RIFF header)");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "not a WAV file (no RIFF header)");
     if (got < sizeof(riff))
         return truncatedHeader("inside the RIFF header");
     if (std::memcmp(riff + 8, "WAVE", 4) != 0)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "not a WAV file (RIFF form " + FourCCText(riff + 8) + ", expected 'WAVE')");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT,
+                         "not a WAV file (RIFF form " + FourCCText(riff + 8) + ", expected 'WAVE')");
 
     bool haveFormat = false;
     for (;;) {
         unsigned char head[8];
-        const size_t n = m_file.Read(head, sizeof(head));
+        const size_t n = m_in.file.Read(head, sizeof(head));
         if (n == 0)
             return truncatedHeader(haveFormat ? "before the data chunk" : "before the fmt chunk");
         if (n < sizeof(head))
@@ -159,37 +126,37 @@ int WavAudioSource::Begin()
 
         if (std::memcmp(head, "fmt ", 4) == 0) {
             if (size < 16)
-                return OpenFail(HOSTFILE_BAD_FORMAT, "fmt chunk too small (" + std::to_string(size) + " bytes)");
+                return m_in.Fail(HOSTFILE_BAD_FORMAT, "fmt chunk too small (" + std::to_string(size) + " bytes)");
             unsigned char fmt[kFmtKeep] = {0};
             const size_t keep = std::min<size_t>(size, kFmtKeep);
-            if (m_file.Read(fmt, keep) < keep)
+            if (m_in.file.Read(fmt, keep) < keep)
                 return truncatedHeader("inside the 'fmt ' chunk");
             const int rc = ParseFormat(fmt, size);
             if (rc != HOSTFILE_OK)
                 return rc;
-            if (!m_file.Skip(static_cast<int64_t>(size - keep) + (size & 1)))
+            if (!m_in.file.Skip(static_cast<int64_t>(size - keep) + (size & 1)))
                 return truncatedHeader("inside the 'fmt ' chunk");
             haveFormat = true;
             continue;
         }
         if (std::memcmp(head, "data", 4) == 0) {
             if (!haveFormat)
-                return OpenFail(HOSTFILE_BAD_FORMAT, "data chunk before the fmt chunk");
-            m_dataStart = m_file.Position();
+                return m_in.Fail(HOSTFILE_BAD_FORMAT, "data chunk before the fmt chunk");
+            m_dataStart = m_in.file.Position();
             // Streaming writers cannot go back to fill in the size: 0 and
             // 0xFFFFFFFF mean "to the end", as does a size the file cannot hold.
             const bool unknown = size == 0 || size == 0xFFFFFFFFu;
-            if (m_file.Seekable()) {
-                const int64_t left = m_file.Size() - m_dataStart;
+            if (m_in.file.Seekable()) {
+                const int64_t left = m_in.file.Size() - m_dataStart;
                 m_dataBytes = (unknown || static_cast<int64_t>(size) > left) ? left : static_cast<int64_t>(size);
             } else {
                 m_dataBytes = unknown ? -1 : static_cast<int64_t>(size);
             }
-            m_totalFrames = m_dataBytes >= 0 && m_file.Seekable() ? m_dataBytes / m_blockAlign : -1;
+            m_totalFrames = m_dataBytes >= 0 && m_in.file.Seekable() ? m_dataBytes / m_blockAlign : -1;
             break;
         }
         // LIST, fact, cue, JUNK, ...: not needed. Odd sizes carry a pad byte.
-        if (!m_file.Skip(static_cast<int64_t>(size) + (size & 1)))
+        if (!m_in.file.Skip(static_cast<int64_t>(size) + (size & 1)))
             return truncatedHeader("inside the " + id + " chunk");
     }
     FillStreamBlock();
@@ -206,15 +173,15 @@ int WavAudioSource::ParseFormat(const unsigned char* fmt, uint32_t size)
 
     if (tag == wav::FORMAT_EXTENSIBLE) {
         if (size < 40)
-            return OpenFail(HOSTFILE_BAD_FORMAT,
-                            "WAVE_FORMAT_EXTENSIBLE fmt chunk too small (" + std::to_string(size) + " bytes)");
+            return m_in.Fail(HOSTFILE_BAD_FORMAT,
+                              "WAVE_FORMAT_EXTENSIBLE fmt chunk too small (" + std::to_string(size) + " bytes)");
         m_extensible = true;
         m_channelMask = wav::Get32(fmt + 20);
         // The sub-format GUID is {tag-0000-0010-8000-00AA00389B71}.
         if (wav::Get16(fmt + 26) != 0 || std::memcmp(fmt + 28, wav::kSubFormatTail, sizeof(wav::kSubFormatTail)) != 0)
-            return OpenFail(HOSTFILE_UNSUPPORTED, "unsupported WAVE_FORMAT_EXTENSIBLE sub-format " +
-                                                      wav::GuidText(fmt + 24) +
-                                                      " (only 8- and 16-bit PCM are supported)");
+            return m_in.Fail(HOSTFILE_UNSUPPORTED, "unsupported WAVE_FORMAT_EXTENSIBLE sub-format " +
+                                                        wav::GuidText(fmt + 24) +
+                                                        " (only 8- and 16-bit PCM are supported)");
         tag = wav::Get16(fmt + 24);
     }
     if (tag != wav::FORMAT_PCM) {
@@ -226,25 +193,25 @@ int WavAudioSource::ParseFormat(const unsigned char* fmt, uint32_t size)
             std::snprintf(text, sizeof(text), "%s (format tag 0x%04X)", name, tag);
         else
             std::snprintf(text, sizeof(text), "format tag 0x%04X", tag);
-        return OpenFail(HOSTFILE_UNSUPPORTED,
-                        std::string("unsupported WAV encoding: ") + text + " (only 8- and 16-bit PCM are supported)");
+        return m_in.Fail(HOSTFILE_UNSUPPORTED,
+                          std::string("unsupported WAV encoding: ") + text + " (only 8- and 16-bit PCM are supported)");
     }
     if (bits != 8 && bits != 16)
-        return OpenFail(HOSTFILE_UNSUPPORTED, "unsupported sample size: " + std::to_string(bits) +
-                                                  "-bit PCM (only 8- and 16-bit PCM are supported)");
+        return m_in.Fail(HOSTFILE_UNSUPPORTED, "unsupported sample size: " + std::to_string(bits) +
+                                                    "-bit PCM (only 8- and 16-bit PCM are supported)");
     if (channels == 0)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "fmt chunk gives 0 channels");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "fmt chunk gives 0 channels");
     if (channels > MAX_CHANNELS)
-        return OpenFail(HOSTFILE_UNSUPPORTED, std::to_string(channels) + " channels (at most " +
-                                                  std::to_string(MAX_CHANNELS) + " are supported)");
+        return m_in.Fail(HOSTFILE_UNSUPPORTED, std::to_string(channels) + " channels (at most " +
+                                                    std::to_string(MAX_CHANNELS) + " are supported)");
     if (rate == 0 || rate > kMaxRate)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "bad sample rate " + std::to_string(rate));
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "bad sample rate " + std::to_string(rate));
     const unsigned expected = channels * bits / 8;
     if (align != expected)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "inconsistent block alignment " + std::to_string(align) +
-                                                 " (expected " + std::to_string(expected) + " for " +
-                                                 std::to_string(channels) + " channels of " + std::to_string(bits) +
-                                                 " bits)");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "inconsistent block alignment " + std::to_string(align) +
+                                                   " (expected " + std::to_string(expected) + " for " +
+                                                   std::to_string(channels) + " channels of " + std::to_string(bits) +
+                                                   " bits)");
     m_rate = static_cast<int>(rate);
     m_channels = static_cast<int>(channels);
     m_bits = static_cast<int>(bits);
@@ -293,14 +260,14 @@ int64_t WavAudioSource::TimeOf(int64_t sampleFrame) const
 
 void WavAudioSource::NotePartialFrame(size_t got)
 {
-    SetError("truncated final sample frame (got " + std::to_string(got) + " of " + std::to_string(m_blockAlign) +
-             " bytes), dropped");
-    m_truncated = true;
+    m_in.SetError("truncated final sample frame (got " + std::to_string(got) + " of " + std::to_string(m_blockAlign) +
+                  " bytes), dropped");
+    m_in.truncated = true;
 }
 
 MEDIA_FRAME* WavAudioSource::GetNextFrame()
 {
-    if (!m_file.IsOpen() || m_ended || !EnsureBuffer())
+    if (!m_in.file.IsOpen() || m_ended || !EnsureBuffer())
         return nullptr;
     int64_t want = static_cast<int64_t>(m_blockFrames) * m_blockAlign;
     if (m_dataBytes >= 0)
@@ -309,10 +276,10 @@ MEDIA_FRAME* WavAudioSource::GetNextFrame()
         m_ended = true;
         return nullptr;
     }
-    const size_t got = m_file.Read(m_frame->pData, static_cast<size_t>(want));
+    const size_t got = m_in.file.Read(m_frame->pData, static_cast<size_t>(want));
     m_consumed += static_cast<int64_t>(got);
-    if (m_file.Failed()) {
-        SetError(m_file.Error() + " at byte " + std::to_string(m_file.Position()));
+    if (m_in.file.Failed()) {
+        m_in.SetError(m_in.file.Error() + " at byte " + std::to_string(m_in.file.Position()));
         m_ended = true;
     } else if (got < static_cast<size_t>(want)) {
         m_ended = true; // the stream ended before the data chunk did
@@ -321,7 +288,7 @@ MEDIA_FRAME* WavAudioSource::GetNextFrame()
     const int64_t whole = static_cast<int64_t>(got / static_cast<size_t>(m_blockAlign));
     // A short read on a pipe can end inside a frame only at the stream's end;
     // a known data size that is not a whole number of frames ends the same way.
-    if (partial && !m_file.Failed()) {
+    if (partial && !m_in.file.Failed()) {
         NotePartialFrame(partial);
         m_ended = true;
     }
@@ -342,25 +309,25 @@ MEDIA_FRAME* WavAudioSource::GetNextFrame()
 
 double WavAudioSource::AudioSeek(double seconds)
 {
-    if (!m_file.IsOpen() || m_rate <= 0)
+    if (!m_in.file.IsOpen() || m_rate <= 0)
         return 0.0;
     int64_t target = 0;
     if (seconds > 0.0)
         target = std::llround(std::min(seconds * m_rate, 9e15));
-    if (m_file.Seekable()) {
+    if (m_in.file.Seekable()) {
         target = std::min(target, m_totalFrames);
-        if (m_file.SeekTo(m_dataStart + target * m_blockAlign)) {
+        if (m_in.file.SeekTo(m_dataStart + target * m_blockAlign)) {
             m_position = target;
             m_consumed = target * m_blockAlign;
             m_ended = false;
         } else {
-            SetError(m_file.Error());
+            m_in.SetError(m_in.file.Error());
         }
         return GetOffset();
     }
     if (target < m_position) {
-        SetError("cannot seek back to sample frame " + std::to_string(target) +
-                 " on a stream that does not seek (at sample frame " + std::to_string(m_position) + ")");
+        m_in.SetError("cannot seek back to sample frame " + std::to_string(target) +
+                      " on a stream that does not seek (at sample frame " + std::to_string(m_position) + ")");
         return GetOffset();
     }
     if (target > m_position && !m_ended) {
@@ -368,15 +335,15 @@ double WavAudioSource::AudioSeek(double seconds)
         int64_t skip = wanted;
         if (m_dataBytes >= 0)
             skip = std::min(skip, m_dataBytes - m_consumed);
-        const int64_t before = m_file.Position();
-        m_file.Skip(skip);
-        m_consumed += m_file.Position() - before;
+        const int64_t before = m_in.file.Position();
+        m_in.file.Skip(skip);
+        m_consumed += m_in.file.Position() - before;
         // On a pipe only the end of the data can cut a sample frame.
         m_position = m_consumed / m_blockAlign;
-        if (m_file.Position() - before < wanted) {
+        if (m_in.file.Position() - before < wanted) {
             m_ended = true;
-            if (m_file.Failed())
-                SetError(m_file.Error() + " at byte " + std::to_string(m_file.Position()));
+            if (m_in.file.Failed())
+                m_in.SetError(m_in.file.Error() + " at byte " + std::to_string(m_in.file.Position()));
             else if (m_consumed % m_blockAlign)
                 NotePartialFrame(static_cast<size_t>(m_consumed % m_blockAlign));
         }

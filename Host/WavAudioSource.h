@@ -31,9 +31,9 @@
 #include <DataProcess/Decoder.h>
 #include <DataProcess/MediaTypes.h>
 
-#include "HostFile.h"
+#include "FileSourceState.h"
 
-class WavAudioSource : public AudioDecoder {
+class WavAudioSource : public AudioDecoder, private FileSourceState::Format {
 public:
     enum { DEFAULT_BLOCK_FRAMES = 1024, MAX_CHANNELS = 8 };
 
@@ -74,23 +74,20 @@ public:
     // Index of the next sample frame to be read.
     int64_t SamplePosition() const { return m_position; }
 
-    bool Truncated() const { return m_truncated; }
-    const std::string& LastError() const { return m_error; }
+    bool Truncated() const { return m_in.truncated; }
+    const std::string& LastError() const { return m_in.error; }
 
 private:
-    int Begin();
+    int Begin() override;
+    void Forget() override;
     void Reset();
-    int OpenFail(int code, std::string message);
-    void SetError(const std::string& message);
     int ParseFormat(const unsigned char* fmt, uint32_t size);
     void FillStreamBlock();
     int64_t TimeOf(int64_t sampleFrame) const;
     bool EnsureBuffer();
     void NotePartialFrame(size_t got);
 
-    HostFile m_file;
-    std::string m_error;
-    bool m_truncated = false;
+    FileSourceState m_in{*this};
 
     int m_blockFrames = DEFAULT_BLOCK_FRAMES;
     int m_rate = 0;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "HostFile.h"
 #include "WavFormat.h"
 
 namespace {
@@ -22,48 +21,22 @@ std::string CheckFormat(const WavStreamFormat& f)
 
 } // namespace
 
-bool WavWriter::Fail(const std::string& message)
-{
-    m_error = message;
-    m_out.Discard();
-    return false;
-}
-
 bool WavWriter::Open(const char* path, const WavStreamFormat& format)
 {
-    if (!path) {
-        m_out.Discard();
-        m_dataBytes = 0;
-        m_error = "no output file name given";
-        return false;
-    }
-    return Open(std::string(path), format);
+    m_dataBytes = 0;
+    return m_sink.Open(path, CheckFormat(format)) && Start(format);
 }
 
 bool WavWriter::Open(const std::string& path, const WavStreamFormat& format)
 {
-    m_out.Discard();
     m_dataBytes = 0;
-    m_error.clear();
-    const std::string problem = CheckFormat(format);
-    if (!problem.empty())
-        return Fail(HostOutputName(path) + ": " + problem);
-    if (!m_out.Open(path))
-        return Fail(m_out.LastError());
-    return Start(format);
+    return m_sink.Open(path, CheckFormat(format)) && Start(format);
 }
 
 bool WavWriter::Attach(FILE* stream, const std::string& name, const WavStreamFormat& format)
 {
-    m_out.Discard();
     m_dataBytes = 0;
-    m_error.clear();
-    const std::string problem = CheckFormat(format);
-    if (!problem.empty())
-        return Fail(name + ": " + problem);
-    if (!m_out.Attach(stream, name))
-        return Fail(m_out.LastError());
-    return Start(format);
+    return m_sink.Attach(stream, name, CheckFormat(format)) && Start(format);
 }
 
 bool WavWriter::Start(const WavStreamFormat& format)
@@ -75,55 +48,50 @@ bool WavWriter::Start(const WavStreamFormat& format)
     unsigned char header[wav::MAX_HEADER_BYTES];
     // A seekable output gets its sizes at Commit; a pipe keeps "unknown".
     m_headerBytes = wav::BuildHeader(header, m_format.sampleRate, m_format.channels, m_format.bitsPerSample,
-                                     m_format.channels > 2, m_format.channelMask, m_out.Seekable() ? 0 : -1);
-    if (!m_out.Write(header, m_headerBytes))
-        return Fail(m_out.LastError());
+                                     m_format.channels > 2, m_format.channelMask, m_sink.out.Seekable() ? 0 : -1);
+    if (!m_sink.out.Write(header, m_headerBytes))
+        return m_sink.FailOutput();
     return true;
 }
 
 bool WavWriter::WriteSamples(const void* data, size_t bytes)
 {
-    if (!m_out.IsOpen()) {
-        if (m_error.empty())
-            m_error = "wav output: not open";
+    if (!m_sink.Usable("wav"))
         return false;
-    }
     if (bytes % static_cast<size_t>(m_blockAlign) != 0)
-        return Fail(HostOutputName(m_out.Path()) + ": " + std::to_string(bytes) +
-                    " bytes are not a whole number of " + std::to_string(m_blockAlign) + "-byte sample frames");
+        return m_sink.Fail(m_sink.Name() + ": " + std::to_string(bytes) + " bytes are not a whole number of " +
+                           std::to_string(m_blockAlign) + "-byte sample frames");
     if (bytes && !data)
-        return Fail(HostOutputName(m_out.Path()) + ": no sample data");
-    if (!m_out.Write(data, bytes))
-        return Fail(m_out.LastError());
+        return m_sink.Fail(m_sink.Name() + ": no sample data");
+    if (!m_sink.out.Write(data, bytes))
+        return m_sink.FailOutput();
     m_dataBytes += static_cast<int64_t>(bytes);
     return true;
 }
 
 bool WavWriter::WriteFrame(const MEDIA_FRAME* frame)
 {
-    if (!m_out.IsOpen()) {
-        if (m_error.empty())
-            m_error = "wav output: not open";
+    if (!m_sink.Usable("wav"))
         return false;
-    }
-    const std::string name = HostOutputName(m_out.Path());
+    const std::string name = m_sink.Name();
     if (!frame || frame->nFrameType != MEDIA_FRAME_AUDIO || frame->nDataSize < 0 ||
         (frame->nDataSize > 0 && !frame->pData))
-        return Fail(name + ": not an audio frame");
+        return m_sink.Fail(name + ": not an audio frame");
     if (frame->nSampleRate != m_format.sampleRate || frame->nChannels != m_format.channels)
-        return Fail(name + ": frame of " + std::to_string(frame->nSampleRate) + " Hz, " +
-                    std::to_string(frame->nChannels) + " channels does not match the file (" +
-                    std::to_string(m_format.sampleRate) + " Hz, " + std::to_string(m_format.channels) + " channels)");
+        return m_sink.Fail(name + ": frame of " + std::to_string(frame->nSampleRate) + " Hz, " +
+                           std::to_string(frame->nChannels) + " channels does not match the file (" +
+                           std::to_string(m_format.sampleRate) + " Hz, " + std::to_string(m_format.channels) +
+                           " channels)");
     const int bits = frame->nBitsPerSample;
     if (bits != 8 && bits != 16)
-        return Fail(name + ": frame of " + std::to_string(bits) + "-bit samples (8 or 16 expected)");
+        return m_sink.Fail(name + ": frame of " + std::to_string(bits) + "-bit samples (8 or 16 expected)");
     const size_t bytes = static_cast<size_t>(frame->nDataSize);
     if (bits == m_format.bitsPerSample)
         return WriteSamples(frame->pData, bytes);
 
     const size_t frameAlign = static_cast<size_t>(frame->nChannels) * static_cast<size_t>(bits / 8);
     if (bytes % frameAlign != 0)
-        return Fail(name + ": frame holds a partial sample frame");
+        return m_sink.Fail(name + ": frame holds a partial sample frame");
     const unsigned char* src = frame->pData;
     if (bits == 16) {
         // 16 -> 8: the high byte, moved to the unsigned range.
@@ -147,22 +115,17 @@ bool WavWriter::WriteFrame(const MEDIA_FRAME* frame)
 
 bool WavWriter::Commit()
 {
-    if (m_out.IsOpen() && m_out.Seekable()) {
+    if (m_sink.out.IsOpen() && m_sink.out.Seekable()) {
         static const unsigned char pad = 0;
-        if ((m_dataBytes & 1) && !m_out.Write(&pad, 1))
-            return Fail(m_out.LastError());
+        if ((m_dataBytes & 1) && !m_sink.out.Write(&pad, 1))
+            return m_sink.FailOutput();
         unsigned char header[wav::MAX_HEADER_BYTES];
         wav::BuildHeader(header, m_format.sampleRate, m_format.channels, m_format.bitsPerSample,
                          m_format.channels > 2, m_format.channelMask, m_dataBytes);
-        if (!m_out.WriteAt(0, header, m_headerBytes))
-            return Fail(m_out.LastError());
+        if (!m_sink.out.WriteAt(0, header, m_headerBytes))
+            return m_sink.FailOutput();
     }
-    if (!m_out.Commit()) {
-        if (m_error.empty())
-            m_error = m_out.LastError();
-        return false;
-    }
-    return true;
+    return m_sink.Commit();
 }
 
-void WavWriter::Discard() { m_out.Discard(); }
+void WavWriter::Discard() { m_sink.Discard(); }

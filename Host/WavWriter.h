@@ -21,7 +21,7 @@
 
 #include <DataProcess/MediaTypes.h>
 
-#include "AtomicOutputFile.h"
+#include "FileSinkState.h"
 
 struct WavStreamFormat {
     int sampleRate = 48000;
@@ -56,19 +56,17 @@ public:
     void Discard();
 
     int64_t SampleFramesWritten() const { return m_blockAlign ? m_dataBytes / m_blockAlign : 0; }
-    const std::string& LastError() const { return m_error; }
+    const std::string& LastError() const { return m_sink.error; }
 
 private:
     bool Start(const WavStreamFormat& format);
-    bool Fail(const std::string& message);
 
-    AtomicOutputFile m_out;
+    FileSinkState m_sink;
     WavStreamFormat m_format;
     int m_blockAlign = 0;
     size_t m_headerBytes = 0;
     int64_t m_dataBytes = 0;
     std::vector<unsigned char> m_scratch; // sample size conversion, grown once
-    std::string m_error;
 };
 
 #endif // DATAPROCESS_HOST_WAVWRITER_H

@@ -84,7 +84,6 @@ Y4mVideoSource::~Y4mVideoSource() { Reset(); }
 
 void Y4mVideoSource::Reset()
 {
-    m_file.Close();
     for (MEDIA_FRAME*& f : m_frames) {
         ReleaseYV12Frame(f);
         f = nullptr;
@@ -109,57 +108,24 @@ void Y4mVideoSource::Reset()
 
 int Y4mVideoSource::Close()
 {
-    // The last error and the truncation flag stay readable after Close.
-    Reset();
-    FillStreamBlock();
+    m_in.Close();
     return 1;
 }
 
-int Y4mVideoSource::Open(const wchar_t* path, const DecParam*, int* error)
-{
-    int rc = HOSTFILE_CANNOT_OPEN;
-    if (path) {
-        rc = OpenPath(HostPathFromWide(path));
-    } else {
-        Reset();
-        m_truncated = false;
-        rc = OpenFail(HOSTFILE_CANNOT_OPEN, "no file name given");
-    }
-    if (error)
-        *error = rc;
-    return rc == HOSTFILE_OK ? 1 : 0;
-}
+int Y4mVideoSource::Open(const wchar_t* path, const DecParam*, int* error) { return m_in.Open(path, error); }
 
-int Y4mVideoSource::OpenPath(const std::string& path)
-{
-    Reset();
-    m_error.clear();
-    m_truncated = false;
-    if (!m_file.OpenRead(path))
-        return OpenFail(HOSTFILE_CANNOT_OPEN, m_file.Error());
-    return Begin();
-}
+int Y4mVideoSource::OpenPath(const std::string& path) { return m_in.OpenPath(path); }
 
 int Y4mVideoSource::OpenStream(FILE* stream, const std::string& name, bool own)
 {
-    Reset();
-    m_error.clear();
-    m_truncated = false;
-    if (!m_file.Attach(stream, name, own))
-        return OpenFail(HOSTFILE_CANNOT_OPEN, m_file.Error());
-    return Begin();
+    return m_in.OpenStream(stream, name, own);
 }
 
-int Y4mVideoSource::OpenFail(int code, std::string message)
+void Y4mVideoSource::Forget()
 {
-    const std::string name = m_file.Name();
     Reset();
     FillStreamBlock();
-    m_error = name.empty() ? message : name + ": " + message;
-    return code;
 }
-
-void Y4mVideoSource::SetError(const std::string& message) { m_error = m_file.Name() + ": " + message; }
 
 int Y4mVideoSource::Begin()
 {
@@ -168,7 +134,7 @@ int Y4mVideoSource::Begin()
         return rc;
     m_frames[0] = CreateYV12Frame(m_width, m_height, 0, 1);
     m_frames[1] = CreateYV12Frame(m_width, m_height, 0, 1);
-    if (m_file.Seekable()) {
+    if (m_in.file.Seekable()) {
         rc = IndexFile();
         if (rc != HOSTFILE_OK)
             return rc;
@@ -183,20 +149,20 @@ int Y4mVideoSource::Begin()
 int Y4mVideoSource::ParseHeader()
 {
     std::string line;
-    const HostFile::LineResult r = m_file.ReadLine(&line, kMaxLine);
+    const HostFile::LineResult r = m_in.file.ReadLine(&line, kMaxLine);
     const bool magic = line.compare(0, kMagicLen, kMagic) == 0 && (line.size() == kMagicLen || line[kMagicLen] == ' ');
-    if (m_file.Failed())
-        return OpenFail(HOSTFILE_IO_ERROR, m_file.Error());
+    if (m_in.file.Failed())
+        return m_in.Fail(HOSTFILE_IO_ERROR, m_in.file.Error());
     if (r == HostFile::LINE_EOF)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "empty input (not a YUV4MPEG2 stream)");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "empty input (not a YUV4MPEG2 stream)");
     if (!magic)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "not a YUV4MPEG2 stream (it does not start with \"YUV4MPEG2 \")");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "not a YUV4MPEG2 stream (it does not start with \"YUV4MPEG2 \")");
     if (r == HostFile::LINE_TOO_LONG)
-        return OpenFail(HOSTFILE_BAD_FORMAT,
-                        "stream header longer than " + std::to_string(kMaxLine) + " bytes (no line feed found)");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT,
+                          "stream header longer than " + std::to_string(kMaxLine) + " bytes (no line feed found)");
     if (r == HostFile::LINE_PARTIAL)
-        return OpenFail(HOSTFILE_TRUNCATED, "truncated stream header (the stream ends at byte " +
-                                                std::to_string(m_file.Position()) + " before its line feed)");
+        return m_in.Fail(HOSTFILE_TRUNCATED, "truncated stream header (the stream ends at byte " +
+                                                  std::to_string(m_in.file.Position()) + " before its line feed)");
 
     size_t pos = kMagicLen;
     while (pos < line.size()) {
@@ -213,14 +179,14 @@ int Y4mVideoSource::ParseHeader()
         pos = end;
     }
     if (m_width == 0)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "stream header has no width (W)");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "stream header has no width (W)");
     if (m_height == 0)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "stream header has no height (H)");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "stream header has no height (H)");
     if (m_rateNum == 0)
-        return OpenFail(HOSTFILE_BAD_FORMAT, "stream header has no frame rate (F)");
+        return m_in.Fail(HOSTFILE_BAD_FORMAT, "stream header has no frame rate (F)");
     if (static_cast<int64_t>(m_width) * m_height > kMaxPixels)
-        return OpenFail(HOSTFILE_UNSUPPORTED, "picture size " + std::to_string(m_width) + "x" +
-                                                  std::to_string(m_height) + " is too large");
+        return m_in.Fail(HOSTFILE_UNSUPPORTED, "picture size " + std::to_string(m_width) + "x" +
+                                                    std::to_string(m_height) + " is too large");
     m_lumaBytes = static_cast<size_t>(m_width) * static_cast<size_t>(m_height);
     m_chromaBytes = static_cast<size_t>((m_width + 1) / 2) * static_cast<size_t>((m_height + 1) / 2);
     m_frameBytes = m_lumaBytes + 2 * m_chromaBytes;
@@ -236,31 +202,31 @@ int Y4mVideoSource::ParseTag(const std::string& tag)
     case 'W':
     case 'H':
         if (!ParseNumber(value, 1, kMaxDimension, &n))
-            return OpenFail(HOSTFILE_BAD_FORMAT, std::string("bad picture ") + (tag[0] == 'W' ? "width " : "height ") +
-                                                     tag + " (expected 1 to " + std::to_string(kMaxDimension) + ")");
+            return m_in.Fail(HOSTFILE_BAD_FORMAT, std::string("bad picture ") + (tag[0] == 'W' ? "width " : "height ") +
+                                                       tag + " (expected 1 to " + std::to_string(kMaxDimension) + ")");
         (tag[0] == 'W' ? m_width : m_height) = static_cast<int>(n);
         return HOSTFILE_OK;
     case 'F':
         if (!ParseRatio(value, &m_rateNum, &m_rateDen) || m_rateNum <= 0 || m_rateDen <= 0) {
             m_rateNum = m_rateDen = 0;
-            return OpenFail(HOSTFILE_BAD_FORMAT,
-                            "bad frame rate " + tag + " (expected F<num>:<den>, both positive)");
+            return m_in.Fail(HOSTFILE_BAD_FORMAT,
+                              "bad frame rate " + tag + " (expected F<num>:<den>, both positive)");
         }
         return HOSTFILE_OK;
     case 'I':
         if (value.size() != 1 || std::strchr("ptbm?", value[0]) == nullptr)
-            return OpenFail(HOSTFILE_BAD_FORMAT, "bad interlacing tag " + tag + " (expected Ip, It, Ib, Im or I?)");
+            return m_in.Fail(HOSTFILE_BAD_FORMAT, "bad interlacing tag " + tag + " (expected Ip, It, Ib, Im or I?)");
         m_interlace = value[0];
         return HOSTFILE_OK;
     case 'A':
         if (!ParseRatio(value, &m_parNum, &m_parDen))
-            return OpenFail(HOSTFILE_BAD_FORMAT, "bad pixel aspect " + tag + " (expected A<num>:<den>)");
+            return m_in.Fail(HOSTFILE_BAD_FORMAT, "bad pixel aspect " + tag + " (expected A<num>:<den>)");
         if (m_parNum == 0 || m_parDen == 0)
             m_parNum = m_parDen = 0; // unknown
         return HOSTFILE_OK;
     case 'C':
         if (!IsSupportedChroma(value))
-            return OpenFail(HOSTFILE_UNSUPPORTED, "unsupported chroma format " + tag + " (only 4:2:0 is supported)");
+            return m_in.Fail(HOSTFILE_UNSUPPORTED, "unsupported chroma format " + tag + " (only 4:2:0 is supported)");
         m_chroma = value;
         return HOSTFILE_OK;
     default:
@@ -272,8 +238,8 @@ int Y4mVideoSource::ParseTag(const std::string& tag)
 
 int Y4mVideoSource::IndexFile()
 {
-    m_dataStart = m_file.Position();
-    const int64_t size = m_file.Size();
+    m_dataStart = m_in.file.Position();
+    const int64_t size = m_in.file.Size();
     const int64_t avail = size - m_dataStart;
     m_count = 0;
     if (avail <= 0)
@@ -282,7 +248,7 @@ int Y4mVideoSource::IndexFile()
     // Common case: every frame starts with a bare "FRAME\n", so frames lie
     // at a fixed stride and the size tells their number.
     std::string line;
-    if (m_file.ReadLine(&line, kMaxLine) == HostFile::LINE_OK && line == "FRAME") {
+    if (m_in.file.ReadLine(&line, kMaxLine) == HostFile::LINE_OK && line == "FRAME") {
         const int64_t stride = static_cast<int64_t>(m_frameBytes) + 6;
         if (avail % stride == 0) {
             m_stride = stride;
@@ -295,15 +261,15 @@ int Y4mVideoSource::IndexFile()
     int64_t pos = m_dataStart;
     while (static_cast<int64_t>(m_index.size()) < kMaxFrames) {
         const int number = static_cast<int>(m_index.size());
-        if (!m_file.SeekTo(pos))
-            return OpenFail(HOSTFILE_IO_ERROR, m_file.Error());
-        const HostFile::LineResult r = m_file.ReadLine(&line, kMaxLine);
-        if (m_file.Failed())
-            return OpenFail(HOSTFILE_IO_ERROR, m_file.Error());
+        if (!m_in.file.SeekTo(pos))
+            return m_in.Fail(HOSTFILE_IO_ERROR, m_in.file.Error());
+        const HostFile::LineResult r = m_in.file.ReadLine(&line, kMaxLine);
+        if (m_in.file.Failed())
+            return m_in.Fail(HOSTFILE_IO_ERROR, m_in.file.Error());
         if (r == HostFile::LINE_EOF)
             break;
         if (r == HostFile::LINE_PARTIAL && (IsFrameLine(line) || std::string("FRAME").compare(0, line.size(), line) == 0)) {
-            m_tailError = TruncatedFrameLineText(number, m_file.Position());
+            m_tailError = TruncatedFrameLineText(number, m_in.file.Position());
             m_tailTruncated = true;
             break;
         }
@@ -311,7 +277,7 @@ int Y4mVideoSource::IndexFile()
             m_tailError = BadFrameLineText(number, pos);
             break;
         }
-        const int64_t dataAt = m_file.Position();
+        const int64_t dataAt = m_in.file.Position();
         if (size - dataAt < static_cast<int64_t>(m_frameBytes)) {
             m_tailError = TruncatedFrameText(number, static_cast<size_t>(size - dataAt), m_frameBytes);
             m_tailTruncated = true;
@@ -333,8 +299,8 @@ void Y4mVideoSource::NoteTail()
 {
     if (m_tailError.empty())
         return;
-    SetError(m_tailError);
-    m_truncated = m_truncated || m_tailTruncated;
+    m_in.SetError(m_tailError);
+    m_in.truncated = m_in.truncated || m_tailTruncated;
 }
 
 Y4mVideoSource::ReadResult Y4mVideoSource::ReadFrameHere(int number)
@@ -342,39 +308,39 @@ Y4mVideoSource::ReadResult Y4mVideoSource::ReadFrameHere(int number)
     MEDIA_FRAME* dst = m_frames[1 - m_front];
     if (!dst)
         return READ_FAILED;
-    const int64_t at = m_file.Position();
+    const int64_t at = m_in.file.Position();
     std::string line;
-    const HostFile::LineResult r = m_file.ReadLine(&line, kMaxLine);
-    if (m_file.Failed()) {
-        SetError(m_file.Error() + " in frame " + std::to_string(number) + " at byte " + std::to_string(at));
+    const HostFile::LineResult r = m_in.file.ReadLine(&line, kMaxLine);
+    if (m_in.file.Failed()) {
+        m_in.SetError(m_in.file.Error() + " in frame " + std::to_string(number) + " at byte " + std::to_string(at));
         return READ_FAILED;
     }
     if (r == HostFile::LINE_EOF)
         return READ_END;
     if (r == HostFile::LINE_PARTIAL && (IsFrameLine(line) || std::string("FRAME").compare(0, line.size(), line) == 0)) {
-        SetError(TruncatedFrameLineText(number, m_file.Position()));
-        m_truncated = true;
+        m_in.SetError(TruncatedFrameLineText(number, m_in.file.Position()));
+        m_in.truncated = true;
         return READ_END;
     }
     if (r != HostFile::LINE_OK || !IsFrameLine(line)) {
-        SetError(BadFrameLineText(number, at));
+        m_in.SetError(BadFrameLineText(number, at));
         return READ_FAILED;
     }
     // Y4M stores the planes as Y, Cb (U), Cr (V); the frame's block holds
     // them as Y, V, U, so each goes to its own pointer.
-    size_t got = m_file.Read(dst->pY, m_lumaBytes);
+    size_t got = m_in.file.Read(dst->pY, m_lumaBytes);
     if (got == m_lumaBytes)
-        got += m_file.Read(dst->pU, m_chromaBytes);
+        got += m_in.file.Read(dst->pU, m_chromaBytes);
     if (got == m_lumaBytes + m_chromaBytes)
-        got += m_file.Read(dst->pV, m_chromaBytes);
+        got += m_in.file.Read(dst->pV, m_chromaBytes);
     if (got < m_frameBytes) {
-        if (m_file.Failed()) {
-            SetError(m_file.Error() + " in frame " + std::to_string(number) + " at byte " +
-                     std::to_string(m_file.Position()));
+        if (m_in.file.Failed()) {
+            m_in.SetError(m_in.file.Error() + " in frame " + std::to_string(number) + " at byte " +
+                          std::to_string(m_in.file.Position()));
             return READ_FAILED;
         }
-        SetError(TruncatedFrameText(number, got, m_frameBytes));
-        m_truncated = true;
+        m_in.SetError(TruncatedFrameText(number, got, m_frameBytes));
+        m_in.truncated = true;
         return READ_END;
     }
     dst->llStartTime = y4m::FrameStart(number, m_rateNum, m_rateDen);
@@ -391,8 +357,8 @@ Y4mVideoSource::ReadResult Y4mVideoSource::LoadFrame(int number)
         NoteTail();
         return READ_END;
     }
-    if (!m_file.SeekTo(FrameOffset(number))) {
-        SetError(m_file.Error() + " (frame " + std::to_string(number) + ")");
+    if (!m_in.file.SeekTo(FrameOffset(number))) {
+        m_in.SetError(m_in.file.Error() + " (frame " + std::to_string(number) + ")");
         return READ_FAILED;
     }
     return ReadFrameHere(number);
@@ -426,7 +392,7 @@ int Y4mVideoSource::Forward(int count)
     if (m_current < 0 || count < 1)
         return 0;
     const int from = m_current;
-    if (m_file.Seekable()) {
+    if (m_in.file.Seekable()) {
         int64_t target = static_cast<int64_t>(from) + count;
         if (target >= m_count) {
             NoteTail();
@@ -449,10 +415,10 @@ int Y4mVideoSource::Forward(int count)
 
 int Y4mVideoSource::VideoSeek(int frame, unsigned int)
 {
-    if (!m_file.IsOpen())
+    if (!m_in.file.IsOpen())
         return m_current;
     frame = std::max(frame, 0);
-    if (m_file.Seekable()) {
+    if (m_in.file.Seekable()) {
         if (frame >= m_count) {
             NoteTail();
             frame = m_count - 1;
@@ -462,8 +428,8 @@ int Y4mVideoSource::VideoSeek(int frame, unsigned int)
         return m_current;
     }
     if (frame < m_current) {
-        SetError("cannot seek back to frame " + std::to_string(frame) + " on a stream that does not seek (at frame " +
-                 std::to_string(m_current) + ")");
+        m_in.SetError("cannot seek back to frame " + std::to_string(frame) +
+                      " on a stream that does not seek (at frame " + std::to_string(m_current) + ")");
         return m_current;
     }
     if (frame > m_current)
@@ -473,7 +439,7 @@ int Y4mVideoSource::VideoSeek(int frame, unsigned int)
 
 double Y4mVideoSource::VideoSeekTime(double seconds, unsigned int flags)
 {
-    if (!m_file.IsOpen() || m_rateNum <= 0)
+    if (!m_in.file.IsOpen() || m_rateNum <= 0)
         return 0.0;
     int frame = 0;
     if (seconds > 0.0) {

@@ -32,9 +32,9 @@
 #include <DataProcess/Decoder.h>
 #include <DataProcess/MediaTypes.h>
 
-#include "HostFile.h"
+#include "FileSourceState.h"
 
-class Y4mVideoSource : public VideoDecoder {
+class Y4mVideoSource : public VideoDecoder, private FileSourceState::Format {
 public:
     Y4mVideoSource();
     ~Y4mVideoSource() override;
@@ -81,19 +81,18 @@ public:
     // Bytes of one frame's picture data (without its FRAME line).
     size_t FrameBytes() const { return m_frameBytes; }
 
-    bool Truncated() const { return m_truncated; }
-    const std::string& LastError() const { return m_error; }
+    bool Truncated() const { return m_in.truncated; }
+    const std::string& LastError() const { return m_in.error; }
 
 private:
     enum ReadResult { READ_OK, READ_END, READ_FAILED };
 
-    int Begin();
+    int Begin() override;
+    void Forget() override;
     void Reset();
     int ParseHeader();
     int ParseTag(const std::string& tag);
     int IndexFile();
-    int OpenFail(int code, std::string message);
-    void SetError(const std::string& message);
     void FillStreamBlock();
     // Reads frame `number`, whose FRAME line starts at the stream's current
     // position, into the back buffer and makes it current.
@@ -102,9 +101,7 @@ private:
     int64_t FrameOffset(int number) const;
     void NoteTail();
 
-    HostFile m_file;
-    std::string m_error;
-    bool m_truncated = false;
+    FileSourceState m_in{*this};
 
     // Header.
     int m_width = 0;

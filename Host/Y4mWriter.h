@@ -20,7 +20,7 @@
 
 #include <DataProcess/MediaTypes.h>
 
-#include "AtomicOutputFile.h"
+#include "FileSinkState.h"
 
 struct Y4mStreamFormat {
     int width = 0;
@@ -53,16 +53,14 @@ public:
     void Discard();
 
     int FramesWritten() const { return m_frames; }
-    const std::string& LastError() const;
+    const std::string& LastError() const { return m_sink.error; }
 
 private:
     bool Start(const Y4mStreamFormat& format);
-    bool Fail(const std::string& message);
 
-    AtomicOutputFile m_out;
+    FileSinkState m_sink;
     Y4mStreamFormat m_format;
     int m_frames = 0;
-    std::string m_error;
 };
 
 #endif // DATAPROCESS_HOST_Y4MWRITER_H
