@@ -85,7 +85,9 @@ inline FILE* Pipe(const Bytes& data)
     int fds[2];
     if (pipe(fds) != 0)
         return nullptr;
+#ifdef F_SETPIPE_SZ
     fcntl(fds[1], F_SETPIPE_SZ, 1 << 20); // room for every stream of the tests
+#endif
     const bool whole = write(fds[1], data.data(), data.size()) == static_cast<ssize_t>(data.size());
     close(fds[1]);
     if (!whole)
