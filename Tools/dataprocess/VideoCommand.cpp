@@ -15,6 +15,7 @@
 #include "StdoutData.h"
 #include "ToolErrors.h"
 #include "VideoPipeline.h"
+#include "Y4mFormat.h"
 #include "Y4mVideoSource.h"
 #include "Y4mWriter.h"
 
@@ -35,31 +36,6 @@ struct VideoArgs {
     std::vector<std::string> captures;
     bool quiet = false;
 };
-
-// The rate as the simplest fraction within a billionth of it (continued
-// fractions): 25 -> 25:1, 12.5 -> 25:2, 30000/1001 -> 30000:1001.
-void RateAsFraction(double rate, int32_t* num, int32_t* den)
-{
-    long long h0 = 1, h1 = 0, k0 = 0, k1 = 1; // convergents h/k
-    double x = rate;
-    for (int i = 0; i < 20; ++i) {
-        const double a = std::floor(x);
-        if (a > INT32_MAX)
-            break;
-        const long long h = static_cast<long long>(a) * h0 + h1, k = static_cast<long long>(a) * k0 + k1;
-        if (h > INT32_MAX || k > INT32_MAX)
-            break;
-        h1 = h0;
-        h0 = h;
-        k1 = k0;
-        k0 = k;
-        if (std::fabs(double(h) / double(k) - rate) <= rate * 1e-9 || x - a < 1e-12)
-            break;
-        x = 1.0 / (x - a);
-    }
-    *num = static_cast<int32_t>(h0);
-    *den = static_cast<int32_t>(k0);
-}
 
 int RunVideoCommand(const VideoArgs& a)
 {
@@ -113,7 +89,7 @@ int RunVideoCommand(const VideoArgs& a)
     fmt.width = vi->nWidth;
     fmt.height = vi->nHeight;
     const double rate = vi->dFrameRate > 0 ? vi->dFrameRate : source.RateNum() / double(source.RateDen());
-    RateAsFraction(rate, &fmt.rateNum, &fmt.rateDen);
+    y4m::RateToFraction(rate, &fmt.rateNum, &fmt.rateDen);
     fmt.aspectX = vi->nAspectX;
     fmt.aspectY = vi->nAspectY;
     fmt.interlace = s.deinterlace ? 'p' : ((source.Interlacing() == '?' ? 'p' : source.Interlacing()));
