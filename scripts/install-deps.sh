@@ -1,9 +1,26 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build, the tests and the demo need, but
-# only those that are missing. Quiet; safe to run again.
+# Installs the Debian packages the build needs, but only those that are
+# missing. Quiet; safe to run again.
+#
+#   scripts/install-deps.sh            build, tests, tool and demo
+#   scripts/install-deps.sh bench      + the peer libraries the benchmark compares with
+#   scripts/install-deps.sh fuzz       + clang and libFuzzer for the fuzz targets
+#
+# The library itself needs only the C and C++ runtimes; Highway (SIMD
+# kernels) is optional and used when found. FFmpeg's libraries serve the
+# host-side decoders and encoders of the tool, never the library.
 set -euo pipefail
 
-packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libcli11-dev libjpeg62-turbo-dev)
+packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libcli11-dev libjpeg62-turbo-dev libturbojpeg0-dev
+          libhwy-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
+for group in "$@"; do
+  case "$group" in
+    bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev) ;;
+    fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    *) echo "install-deps.sh: unknown group '$group' (bench, fuzz)" >&2; exit 2 ;;
+  esac
+done
+
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
