@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build test demo asan clean
+.PHONY: all deps configure build test test-levels demo asan clean
 
 all: build
 
@@ -19,6 +19,16 @@ build: configure
 
 test: build
 	@ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
+
+# The whole suite once per SIMD level: the reference kernels, then each
+# level of the vector twins this CPU has (outputs must not change).
+test-levels: build
+	@for level in none sse4 avx2 avx512 neon sve; do \
+	  if [ "$$(DP_SIMD=$$level $(BUILD_DIR)/Tools/dataprocess/dataprocess --version | sed 's/.*kernels: \(.*\))/\1/')" = "$$level" ]; then \
+	    echo "== tests at SIMD level $$level"; \
+	    DP_SIMD=$$level ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS) || exit 1; \
+	  fi; \
+	done
 
 demo: build
 	@$(BUILD_DIR)/Tools/dataprocess/dataprocess demo --out out

@@ -158,23 +158,18 @@ constexpr ConvertKernels kReferenceKernels = {
     SwapBytePairsRow_C,
 };
 
-ConvertKernels BuildBestKernels()
-{
-    ConvertKernels k = kReferenceKernels;
-    // Kernels for the CPU features found replace entries here.
-    return k;
-}
-
 } // namespace
 
 const ConvertKernels& ReferenceConvertKernels() { return kReferenceKernels; }
 
+#if !DP_HAVE_HIGHWAY
+SimdFillers<ConvertKernels> ConvertSimdFillers() { return {}; }
+#endif
+
 const ConvertKernels& GetConvertKernels()
 {
-    if (DpForceReference())
-        return kReferenceKernels;
-    static const ConvertKernels best = BuildBestKernels();
-    return best;
+    static const KernelLadder<ConvertKernels> ladder(kReferenceKernels, ConvertSimdFillers());
+    return ladder.Get();
 }
 
 } // namespace dpconv

@@ -10,6 +10,8 @@
 #ifndef DATAPROCESS_IMAGECONVERTKERNELS_H
 #define DATAPROCESS_IMAGECONVERTKERNELS_H
 
+#include "KernelDispatch.h"
+
 #include <cstdint>
 
 namespace dpconv {
@@ -118,9 +120,11 @@ struct ConvertKernels {
 // The reference kernels.
 const ConvertKernels& ReferenceConvertKernels();
 
-// The kernels to use: the reference ones when DpForceReference() is set,
-// else the best ones for this CPU (today the reference ones as well).
+// The kernels in use at the active SIMD level (KernelDispatch.h).
 const ConvertKernels& GetConvertKernels();
+
+// The vector twins, per level (ImageConvertKernelsSimd.cpp; empty without Highway).
+SimdFillers<ConvertKernels> ConvertSimdFillers();
 
 } // namespace dpconv
 

@@ -241,14 +241,6 @@ const Plane8Kernels kPlane8Reference = {Bilinear8_C, Nearest8_C, Table8_C, Avera
 const ChromaKernels kChromaReference = {BilinearUV_C, NearestUV_C};
 const OverlayKernels kOverlayReference = {AlphaBilinear_C, AlphaNearest_C, MaskBilinear_C, MaskNearest_C};
 
-// The best tables for this CPU. There are no faster kernels yet; when there
-// are, these pick them once from the CPU features (function-local statics,
-// built race-free) and fall back to the reference entries.
-const Scale32Kernels& BestScale32() { return kScale32Reference; }
-const Plane8Kernels& BestPlane8() { return kPlane8Reference; }
-const ChromaKernels& BestChroma() { return kChromaReference; }
-const OverlayKernels& BestOverlay() { return kOverlayReference; }
-
 } // namespace
 
 double CubicWeight(double d)
@@ -267,7 +259,33 @@ const Plane8Kernels& ReferencePlane8Kernels() { return kPlane8Reference; }
 const ChromaKernels& ReferenceChromaKernels() { return kChromaReference; }
 const OverlayKernels& ReferenceOverlayKernels() { return kOverlayReference; }
 
-const Scale32Kernels& GetScale32Kernels() { return DpForceReference() ? kScale32Reference : BestScale32(); }
-const Plane8Kernels& GetPlane8Kernels() { return DpForceReference() ? kPlane8Reference : BestPlane8(); }
-const ChromaKernels& GetChromaKernels() { return DpForceReference() ? kChromaReference : BestChroma(); }
-const OverlayKernels& GetOverlayKernels() { return DpForceReference() ? kOverlayReference : BestOverlay(); }
+#if !DP_HAVE_HIGHWAY
+SimdFillers<Scale32Kernels> Scale32SimdFillers() { return {}; }
+SimdFillers<Plane8Kernels> Plane8SimdFillers() { return {}; }
+SimdFillers<ChromaKernels> ChromaSimdFillers() { return {}; }
+SimdFillers<OverlayKernels> OverlaySimdFillers() { return {}; }
+#endif
+
+const Scale32Kernels& GetScale32Kernels()
+{
+    static const KernelLadder<Scale32Kernels> ladder(kScale32Reference, Scale32SimdFillers());
+    return ladder.Get();
+}
+
+const Plane8Kernels& GetPlane8Kernels()
+{
+    static const KernelLadder<Plane8Kernels> ladder(kPlane8Reference, Plane8SimdFillers());
+    return ladder.Get();
+}
+
+const ChromaKernels& GetChromaKernels()
+{
+    static const KernelLadder<ChromaKernels> ladder(kChromaReference, ChromaSimdFillers());
+    return ladder.Get();
+}
+
+const OverlayKernels& GetOverlayKernels()
+{
+    static const KernelLadder<OverlayKernels> ladder(kOverlayReference, OverlaySimdFillers());
+    return ladder.Get();
+}

@@ -19,6 +19,8 @@
 #ifndef DATAPROCESS_RESIZEKERNELS_H
 #define DATAPROCESS_RESIZEKERNELS_H
 
+#include "KernelDispatch.h"
+
 #include <cstdint>
 
 // 32-bit pixels (blue, green, red, alpha).
@@ -70,8 +72,8 @@ struct OverlayKernels {
     void (*maskNearest)(uint8_t* dst, const uint8_t* src, int64_t stepX, int n);
 };
 
-// The tables in use. Each call consults DpForceReference(): when it is set,
-// the reference kernels are returned.
+// The tables in use at the active SIMD level (KernelDispatch.h); level 0
+// is the reference.
 const Scale32Kernels& GetScale32Kernels();
 const Plane8Kernels& GetPlane8Kernels();
 const ChromaKernels& GetChromaKernels();
@@ -82,6 +84,12 @@ const Scale32Kernels& ReferenceScale32Kernels();
 const Plane8Kernels& ReferencePlane8Kernels();
 const ChromaKernels& ReferenceChromaKernels();
 const OverlayKernels& ReferenceOverlayKernels();
+
+// The vector twins, per level (ResizeKernelsSimd.cpp; empty without Highway).
+SimdFillers<Scale32Kernels> Scale32SimdFillers();
+SimdFillers<Plane8Kernels> Plane8SimdFillers();
+SimdFillers<ChromaKernels> ChromaSimdFillers();
+SimdFillers<OverlayKernels> OverlaySimdFillers();
 
 // The cubic convolution kernel with parameter -1:
 //   k(d) = d^3 - 2d^2 + 1          for 0 <= d < 1

@@ -65,9 +65,21 @@ const BlendKernels kBlendReference = {AlphaOverRow_C};
 const GeometryKernels& ReferenceGeometryKernels() { return kGeometryReference; }
 const BlendKernels& ReferenceBlendKernels() { return kBlendReference; }
 
-// No faster kernels exist yet; a SIMD table chosen once by CPU features
-// (function-local static) is returned here when it does.
-const GeometryKernels& GetGeometryKernels() { return kGeometryReference; }
-const BlendKernels& GetBlendKernels() { return kBlendReference; }
+#if !DP_HAVE_HIGHWAY
+SimdFillers<GeometryKernels> GeometrySimdFillers() { return {}; }
+SimdFillers<BlendKernels> BlendSimdFillers() { return {}; }
+#endif
+
+const GeometryKernels& GetGeometryKernels()
+{
+    static const KernelLadder<GeometryKernels> ladder(kGeometryReference, GeometrySimdFillers());
+    return ladder.Get();
+}
+
+const BlendKernels& GetBlendKernels()
+{
+    static const KernelLadder<BlendKernels> ladder(kBlendReference, BlendSimdFillers());
+    return ladder.Get();
+}
 
 } // namespace orv

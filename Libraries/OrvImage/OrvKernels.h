@@ -7,6 +7,8 @@
 #ifndef ORVIMAGE_KERNELS_H
 #define ORVIMAGE_KERNELS_H
 
+#include "KernelDispatch.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -51,6 +53,10 @@ const BlendKernels& GetBlendKernels();
 // The reference tables, for tests that compare a faster table with them.
 const GeometryKernels& ReferenceGeometryKernels();
 const BlendKernels& ReferenceBlendKernels();
+
+// The vector twins, per level (OrvKernelsSimd.cpp; empty without Highway).
+SimdFillers<GeometryKernels> GeometrySimdFillers();
+SimdFillers<BlendKernels> BlendSimdFillers();
 
 } // namespace orv
 

@@ -16,6 +16,7 @@
 
 #include "ImageTypes.h"
 #include "ImagePrimitives.h"
+#include "SimdLevel.h"
 #include "ResizeTypes.h"
 #include "VideoStages.h"
 #include "AudioStages.h"

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "SimdLevel.h"
 #include "ToolErrors.h"
 
 #ifndef DP_VERSION
@@ -26,7 +27,8 @@ int main(int argc, char** argv)
                  "YUV4MPEG2 (.y4m), audio as WAV; '-' means standard input or output, so the tool\n"
                  "sits in a pipe between a decoder and an encoder.",
                  "dataprocess"};
-    app.set_version_flag("--version", "dataprocess " DP_VERSION);
+    // The SIMD level shows which kernels run (DP_SIMD / DP_FORCE_REFERENCE cap it).
+    app.set_version_flag("--version", std::string("dataprocess " DP_VERSION " (SIMD kernels: ") + DPGetSimdLevel() + ")");
     app.require_subcommand(1);
     app.footer("Examples:\n"
                "  dataprocess demo --out out\n"
