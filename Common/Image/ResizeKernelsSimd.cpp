@@ -5,10 +5,10 @@
 // One destination column (one pixel) per 32-bit lane. The arithmetic is the
 // reference's: every product of the two-stage bilinear form is at most
 // 4096 * 255 < 2^20 and every division is of a non-negative value by 4096
-// (a shift), so unsigned 32-bit lanes are exact. Source samples are fetched
-// with 32-bit gathers at byte offsets; a gather never reads a byte the
-// reference does not read (see GatherBytePair). The cubic convolution and
-// rows whose positions would not fit 31 bits stay with the reference.
+// (a shift) or by 255 (see Div255), so unsigned 32-bit lanes are exact.
+// The kernels that only copy samples (nearest 8-bit, chroma and 32-bit, the
+// index table, the 2 x 2 average) and the cubic convolution have no twin:
+// their scalar loops are as fast as a vector version on these CPUs.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "ResizeKernelsSimd.cpp"
 #include <hwy/foreach_target.h> // IWYU pragma: keep
@@ -30,70 +30,86 @@ using DU = hn::ScalableTag<uint32_t>;
 using DI = hn::RebindToSigned<DU>;
 using VU = hn::Vec<DU>;
 
-constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(uint32_t);
+// A row is done in chunks of kChunk columns, in two passes. The first,
+// scalar, pass computes each column's position exactly as the reference
+// does (64-bit c * stepX) and copies the samples it reads into lane arrays;
+// the second does the arithmetic on whole vectors of those arrays. (Fetching
+// samples by vector gathers is slower on the CPUs this runs on than scalar
+// loads, and building a vector from scalar stores just made stalls on the
+// store-to-load forwarding; arrays filled a chunk ahead avoid both.)
+constexpr int kChunk = 256;
 
-// True when every position c * step (c <= n) of a row fits 31 bits, so the
-// lanes can hold positions as they are.
-inline bool PositionsFit(int64_t step, int64_t n) { return step >= 0 && step * (n + 1) < (int64_t{1} << 31); }
+struct Samples {
+    HWY_ALIGN uint32_t t0[kChunk];
+    HWY_ALIGN uint32_t t1[kChunk];
+    HWY_ALIGN uint32_t b0[kChunk];
+    HWY_ALIGN uint32_t b1[kChunk];
+    HWY_ALIGN uint32_t fx[kChunk];
+};
 
-// The shared tail of every twin: whole blocks of lanes columns go straight to
-// `block(out, c)`; the last, partial block is computed into a scratch row
-// that starts as a copy of the destination (the overlays read it) and only
-// its first n - c pixels are copied back. A block clamps its columns to
-// n - 1, so its extra lanes read nothing the last column does not.
-template <class Block>
-HWY_INLINE void Row(uint8_t* dst, int n, size_t bpp, const Block& block)
+inline uint32_t Load32(const uint8_t* p)
 {
-    const DU du;
-    const int lanes = static_cast<int>(hn::Lanes(du));
-    int c = 0;
-    for (; c + lanes <= n; c += lanes)
-        block(dst + static_cast<size_t>(c) * bpp, c);
-    if (c < n) {
-        HWY_ALIGN uint8_t tmp[kMaxLanes * 4] = {};
-        const size_t bytes = static_cast<size_t>(n - c) * bpp;
-        std::memcpy(tmp, dst + static_cast<size_t>(c) * bpp, bytes);
-        block(tmp, c);
-        std::memcpy(dst + static_cast<size_t>(c) * bpp, tmp, bytes);
+    uint32_t v;
+    std::memcpy(&v, p, 4);
+    return v;
+}
+
+// The first pass of a bilinear row: columns c0 .. c0 + count - 1. Pixels
+// are `bpp` bytes (1 or 4); the neighbour column is read only where the
+// fraction is not 0, as the reference reads it. The arrays are filled up to
+// a whole number of vectors (the extra lanes repeat the last column).
+inline void FetchBilinear(Samples& s, const uint8_t* top, const uint8_t* bottom, int64_t stepX, int c0, int count,
+                          int padded, int bpp)
+{
+    for (int i = 0; i < padded; ++i) {
+        const int64_t pos = static_cast<int64_t>(c0 + (i < count ? i : count - 1)) * stepX;
+        const int64_t sx = pos >> 12;
+        const uint32_t fx = static_cast<uint32_t>(pos & 4095);
+        const int64_t sx1 = fx ? sx + 1 : sx;
+        s.fx[i] = fx;
+        if (bpp == 1) {
+            s.t0[i] = top[sx];
+            s.t1[i] = top[sx1];
+            s.b0[i] = bottom[sx];
+            s.b1[i] = bottom[sx1];
+        } else {
+            s.t0[i] = Load32(top + sx * 4);
+            s.t1[i] = Load32(top + sx1 * 4);
+            s.b0[i] = Load32(bottom + sx * 4);
+            s.b1[i] = Load32(bottom + sx1 * 4);
+        }
     }
 }
 
-// Columns c .. c + lanes - 1, clamped to last.
-HWY_INLINE VU Columns(int c, int last)
+// Runs a row chunk by chunk: fetch(c0, count, padded) fills the arrays,
+// then compute(i, out) makes the vector of columns c0 + i .. and stores it at
+// out. The last vector of a row is stored through a scratch row that starts
+// as a copy of the destination (the overlays read it), so only the row's
+// own pixels are written: the one tail of the family.
+template <class Fetch, class Compute>
+HWY_INLINE void ChunkedRow(uint8_t* dst, int n, size_t bpp, const Fetch& fetch, const Compute& compute)
 {
     const DU du;
-    return hn::Min(hn::Iota(du, static_cast<uint32_t>(c)), hn::Set(du, static_cast<uint32_t>(last)));
+    const int lanes = static_cast<int>(hn::Lanes(du));
+    for (int c0 = 0; c0 < n; c0 += kChunk) {
+        const int count = n - c0 < kChunk ? n - c0 : kChunk;
+        const int padded = (count + lanes - 1) / lanes * lanes;
+        fetch(c0, count, padded);
+        int i = 0;
+        for (; i + lanes <= count; i += lanes)
+            compute(i, dst + static_cast<size_t>(c0 + i) * bpp);
+        if (i < count) {
+            HWY_ALIGN uint8_t tmp[HWY_MAX_BYTES] = {};
+            const size_t bytes = static_cast<size_t>(count - i) * bpp;
+            std::memcpy(tmp, dst + static_cast<size_t>(c0 + i) * bpp, bytes);
+            compute(i, tmp);
+            std::memcpy(dst + static_cast<size_t>(c0 + i) * bpp, tmp, bytes);
+        }
+    }
 }
 
-// The four bytes at src + off (off is a byte offset per lane).
-HWY_INLINE VU GatherWord(const uint8_t* src, VU off)
-{
-    const DU du;
-    const DI di;
-    return hn::BitCast(du, hn::GatherOffset(di, reinterpret_cast<const int32_t*>(src), hn::BitCast(di, off)));
-}
-
-// Byte bytePos (0..3) of each lane's word.
-HWY_INLINE VU ByteOf(VU word, VU bytePos) { return hn::And(word >> hn::ShiftLeft<3>(bytePos), hn::Set(DU(), 255)); }
-
-// Bytes src[i0] and src[i1] per lane, i0 <= i1 <= i0 + 1 <= maxRead, where
-// maxRead (>= 3) is the last byte the reference reads: one word is read at
-// min(i0, maxRead - 3), which holds both and ends at or before maxRead.
-HWY_INLINE void GatherBytePair(const uint8_t* src, VU i0, VU i1, VU hi, VU* b0, VU* b1)
-{
-    const VU off = hn::Min(i0, hi);
-    const VU word = GatherWord(src, off);
-    *b0 = ByteOf(word, hn::Sub(i0, off));
-    *b1 = ByteOf(word, hn::Sub(i1, off));
-}
-
-HWY_INLINE VU GatherByte(const uint8_t* src, VU i, VU hi)
-{
-    const VU off = hn::Min(i, hi);
-    return ByteOf(GatherWord(src, off), hn::Sub(i, off));
-}
-
-// Lerp12: ((4096 - f) * a + f * b) / 4096.
+// Lerp12: ((4096 - f) * a + f * b) / 4096; the sum is at most
+// 4096 * 255 < 2^20 and never negative, so the division is a shift.
 HWY_INLINE VU Lerp12(VU a, VU b, VU f)
 {
     const VU k4096 = hn::Set(DU(), 4096);
@@ -127,205 +143,78 @@ HWY_INLINE VU Channel(VU pixel, int b)
     return hn::And(pixel >> hn::Set(DU(), static_cast<uint32_t>(8 * b)), hn::Set(DU(), 255));
 }
 
-// Column positions of a block: whole column sx, fraction fx and the
-// neighbour sx1 (sx + 1 when fx is not 0, as the reference reads it).
-struct Taps {
-    VU sx, fx, sx1;
-};
-
-HWY_INLINE Taps ColumnTaps(VU pos)
+// Bilinear12 of lanes i.. of one sample set (one byte a lane).
+HWY_INLINE VU Bilinear(const Samples& s, int i, VU fy)
 {
     const DU du;
-    Taps t;
-    t.sx = hn::ShiftRight<12>(pos);
-    t.fx = hn::And(pos, hn::Set(du, 4095));
-    t.sx1 = hn::Add(t.sx, hn::Min(t.fx, hn::Set(du, 1)));
-    return t;
+    const VU fx = hn::Load(du, s.fx + i);
+    return Lerp12(Lerp12(hn::Load(du, s.t0 + i), hn::Load(du, s.t1 + i), fx),
+                  Lerp12(hn::Load(du, s.b0 + i), hn::Load(du, s.b1 + i), fx), fy);
 }
 
-// The last byte a bilinear row reads: the last column's neighbour (positions
-// increase, so no earlier column reads further).
-inline int64_t LastRead(int64_t pos) { return (pos >> 12) + ((pos & 4095) ? 1 : 0); }
+// The three colour bytes bilinear from 32-bit samples; the fourth byte is 0.
+HWY_INLINE VU BilinearColour(const Samples& s, int i, VU fy)
+{
+    const DU du;
+    const VU fx = hn::Load(du, s.fx + i);
+    const VU t0 = hn::Load(du, s.t0 + i), t1 = hn::Load(du, s.t1 + i);
+    const VU b0 = hn::Load(du, s.b0 + i), b1 = hn::Load(du, s.b1 + i);
+    VU colour = hn::Zero(du);
+    for (int b = 0; b < 3; ++b) {
+        const VU v = Lerp12(Lerp12(Channel(t0, b), Channel(t1, b), fx), Lerp12(Channel(b0, b), Channel(b1, b), fx), fy);
+        colour = hn::Or(colour, v << hn::Set(du, static_cast<uint32_t>(8 * b)));
+    }
+    return colour;
+}
 
 // ---- 8-bit planes ----
 
 void Bilinear8(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int fy, int64_t stepX, int n)
 {
-    const int64_t maxRead = n > 0 ? LastRead((n - 1) * stepX) : 0;
-    if (n <= 0 || !PositionsFit(stepX, n) || maxRead < 3)
-        return ReferencePlane8Kernels().bilinear(dst, top, bottom, fy, stepX, n);
-    const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
-    const VU hi = hn::Set(du, static_cast<uint32_t>(maxRead - 3));
-    const VU vfy = hn::Set(du, static_cast<uint32_t>(fy));
-    Row(dst, n, 1, [&](uint8_t* out, int c) {
-        const Taps t = ColumnTaps(hn::Mul(Columns(c, n - 1), step));
-        VU t0, t1, b0, b1;
-        GatherBytePair(top, t.sx, t.sx1, hi, &t0, &t1);
-        GatherBytePair(bottom, t.sx, t.sx1, hi, &b0, &b1);
-        StoreBytes(Lerp12(Lerp12(t0, t1, t.fx), Lerp12(b0, b1, t.fx), vfy), out);
-    });
-}
-
-void Nearest8(uint8_t* dst, const uint8_t* src, int64_t stepX, int n)
-{
-    const int64_t maxRead = n > 0 ? ((n - 1) * stepX) >> 12 : 0;
-    if (n <= 0 || !PositionsFit(stepX, n) || maxRead < 3)
-        return ReferencePlane8Kernels().nearest(dst, src, stepX, n);
-    const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
-    const VU hi = hn::Set(du, static_cast<uint32_t>(maxRead - 3));
-    Row(dst, n, 1, [&](uint8_t* out, int c) {
-        StoreBytes(GatherByte(src, hn::ShiftRight<12>(hn::Mul(Columns(c, n - 1), step)), hi), out);
-    });
-}
-
-void Table8(uint8_t* dst, const uint8_t* src, const int32_t* table, int n)
-{
-    if (n <= 0)
-        return;
-    // The largest index decides how far a gather may reach.
-    int32_t maxRead = 0;
-    bool negative = false;
-    for (int i = 0; i < n; ++i) {
-        maxRead = table[i] > maxRead ? table[i] : maxRead;
-        negative |= table[i] < 0;
-    }
-    if (maxRead < 3 || negative)
-        return ReferencePlane8Kernels().table(dst, src, table, n);
-    const DU du;
-    const VU hi = hn::Set(du, static_cast<uint32_t>(maxRead - 3));
-    const int lanes = static_cast<int>(hn::Lanes(du));
-    Row(dst, n, 1, [&](uint8_t* out, int c) {
-        VU idx;
-        if (c + lanes <= n) {
-            idx = hn::BitCast(du, hn::LoadU(DI(), table + c));
-        } else {
-            // The table ends with the row: the extra lanes repeat its last entry.
-            HWY_ALIGN int32_t part[kMaxLanes];
-            for (int i = 0; i < lanes; ++i)
-                part[i] = table[c + i < n ? c + i : n - 1];
-            idx = hn::BitCast(du, hn::Load(DI(), part));
-        }
-        StoreBytes(GatherByte(src, idx, hi), out);
-    });
-}
-
-void Average4(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int64_t stepX, int n)
-{
-    const int64_t maxRead = n > 0 ? (n * stepX) >> 12 : 0;
-    if (n <= 0 || !PositionsFit(stepX, n) || maxRead < 3)
-        return ReferencePlane8Kernels().average4(dst, row0, row1, stepX, n);
-    const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
-    const VU hi = hn::Set(du, static_cast<uint32_t>(maxRead - 3));
-    Row(dst, n, 1, [&](uint8_t* out, int c) {
-        const VU col = Columns(c, n - 1);
-        const VU x0 = hn::ShiftRight<12>(hn::Mul(col, step));
-        const VU x1 = hn::ShiftRight<12>(hn::Mul(hn::Add(col, hn::Set(du, 1)), step));
-        const VU sum = hn::Add(hn::Add(GatherByte(row0, x0, hi), GatherByte(row0, x1, hi)),
-                               hn::Add(GatherByte(row1, x0, hi), GatherByte(row1, x1, hi)));
-        StoreBytes(hn::ShiftRight<2>(sum), out);
-    });
+    Samples s;
+    const VU vfy = hn::Set(DU(), static_cast<uint32_t>(fy));
+    ChunkedRow(
+        dst, n, 1, [&](int c0, int count, int padded) { FetchBilinear(s, top, bottom, stepX, c0, count, padded, 1); },
+        [&](int i, uint8_t* out) { StoreBytes(Bilinear(s, i, vfy), out); });
 }
 
 // ---- 4:2:0 chroma ----
 
 void BilinearUV(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int fy, int x, int64_t stepX, int n)
 {
-    int64_t maxRead = 0;
-    if (n > 0) {
-        const int64_t pos = 2 * static_cast<int64_t>(n - 1) * stepX;
-        const int64_t sx = x + (pos >> 12);
-        maxRead = (pos & 4095) ? (sx + 1) / 2 : sx / 2;
-    }
-    if (n <= 0 || x < 0 || !PositionsFit(2 * stepX, n) || maxRead < 3 || x + maxRead * 2 + 2 >= (int64_t{1} << 31))
-        return ReferenceChromaKernels().bilinear(dst, top, bottom, fy, x, stepX, n);
-    const DU du;
-    const VU step2 = hn::Set(du, static_cast<uint32_t>(2 * stepX));
-    const VU vx = hn::Set(du, static_cast<uint32_t>(x));
-    const VU hi = hn::Set(du, static_cast<uint32_t>(maxRead - 3));
-    const VU vfy = hn::Set(du, static_cast<uint32_t>(fy));
-    Row(dst, n, 1, [&](uint8_t* out, int k) {
-        const VU pos = hn::Mul(Columns(k, n - 1), step2);
-        const VU sx = hn::Add(vx, hn::ShiftRight<12>(pos));
-        const VU fx = hn::And(pos, hn::Set(du, 4095));
-        // Neighbouring chroma samples mix only when the luma position is odd.
-        const VU c0 = hn::ShiftRight<1>(sx);
-        const VU c1 = hn::ShiftRight<1>(hn::Add(sx, hn::Min(fx, hn::Set(du, 1))));
-        VU t0, t1, b0, b1;
-        GatherBytePair(top, c0, c1, hi, &t0, &t1);
-        GatherBytePair(bottom, c0, c1, hi, &b0, &b1);
-        StoreBytes(Lerp12(Lerp12(t0, t1, fx), Lerp12(b0, b1, fx), vfy), out);
-    });
+    Samples s;
+    const VU vfy = hn::Set(DU(), static_cast<uint32_t>(fy));
+    const auto fetch = [&](int k0, int count, int padded) {
+        for (int i = 0; i < padded; ++i) {
+            const int64_t pos = 2 * static_cast<int64_t>(k0 + (i < count ? i : count - 1)) * stepX;
+            const int64_t sx = x + (pos >> 12);
+            const uint32_t fx = static_cast<uint32_t>(pos & 4095);
+            // Neighbouring chroma samples mix only when the luma position is odd.
+            const int64_t c0 = sx / 2;
+            const int64_t c1 = fx ? (sx + 1) / 2 : c0;
+            s.fx[i] = fx;
+            s.t0[i] = top[c0];
+            s.t1[i] = top[c1];
+            s.b0[i] = bottom[c0];
+            s.b1[i] = bottom[c1];
+        }
+    };
+    ChunkedRow(dst, n, 1, fetch, [&](int i, uint8_t* out) { StoreBytes(Bilinear(s, i, vfy), out); });
 }
 
-void NearestUV(uint8_t* dst, const uint8_t* src, int x, int64_t stepX, int n)
-{
-    const int64_t maxRead = n > 0 ? (x + ((2 * static_cast<int64_t>(n - 1) * stepX) >> 12)) / 2 : 0;
-    if (n <= 0 || x < 0 || !PositionsFit(2 * stepX, n) || maxRead < 3 || maxRead * 2 + 2 >= (int64_t{1} << 31))
-        return ReferenceChromaKernels().nearest(dst, src, x, stepX, n);
-    const DU du;
-    const VU step2 = hn::Set(du, static_cast<uint32_t>(2 * stepX));
-    const VU vx = hn::Set(du, static_cast<uint32_t>(x));
-    const VU hi = hn::Set(du, static_cast<uint32_t>(maxRead - 3));
-    Row(dst, n, 1, [&](uint8_t* out, int k) {
-        const VU sx = hn::Add(vx, hn::ShiftRight<12>(hn::Mul(Columns(k, n - 1), step2)));
-        StoreBytes(GatherByte(src, hn::ShiftRight<1>(sx), hi), out);
-    });
-}
-
-// ---- 32-bit pixels (whole pixels are gathered: a pixel's four bytes are
-// exactly the bytes the reference reads of it) ----
-
-// The three colour bytes bilinear, from the pixels t0, t1 (top) and b0, b1
-// (bottom); the fourth byte is 0.
-HWY_INLINE VU BilinearColour(VU t0, VU t1, VU b0, VU b1, VU fx, VU fy)
-{
-    VU colour = hn::Zero(DU());
-    for (int b = 0; b < 3; ++b) {
-        const VU v = Lerp12(Lerp12(Channel(t0, b), Channel(t1, b), fx), Lerp12(Channel(b0, b), Channel(b1, b), fx), fy);
-        colour = hn::Or(colour, v << hn::Set(DU(), static_cast<uint32_t>(8 * b)));
-    }
-    return colour;
-}
-
-struct Quad {
-    VU t0, t1, b0, b1, fx;
-};
-
-HWY_INLINE Quad GatherQuad(const uint8_t* top, const uint8_t* bottom, VU pos)
-{
-    const Taps t = ColumnTaps(pos);
-    const VU off0 = hn::ShiftLeft<2>(t.sx);
-    const VU off1 = hn::ShiftLeft<2>(t.sx1);
-    return Quad{GatherWord(top, off0), GatherWord(top, off1), GatherWord(bottom, off0), GatherWord(bottom, off1), t.fx};
-}
+// ---- 32-bit pixels ----
 
 void Bilinear32(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int fy, int64_t stepX, int n)
 {
-    if (n <= 0 || !PositionsFit(stepX, n) || LastRead((n - 1) * stepX) >= (int64_t{1} << 29))
-        return ReferenceScale32Kernels().bilinear(dst, top, bottom, fy, stepX, n);
+    Samples s;
     const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
     const VU vfy = hn::Set(du, static_cast<uint32_t>(fy));
     const VU alphaMask = hn::Set(du, 0xFF000000u);
-    Row(dst, n, 4, [&](uint8_t* out, int c) {
-        const Quad q = GatherQuad(top, bottom, hn::Mul(Columns(c, n - 1), step));
-        StorePixels(hn::Or(BilinearColour(q.t0, q.t1, q.b0, q.b1, q.fx, vfy), hn::And(q.t0, alphaMask)), out);
-    });
-}
-
-void Nearest32(uint8_t* dst, const uint8_t* src, int64_t stepX, int n)
-{
-    if (n <= 0 || !PositionsFit(stepX, n) || (((n - 1) * stepX) >> 12) >= (int64_t{1} << 29))
-        return ReferenceScale32Kernels().nearest(dst, src, stepX, n);
-    const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
-    Row(dst, n, 4, [&](uint8_t* out, int c) {
-        const VU sx = hn::ShiftRight<12>(hn::Mul(Columns(c, n - 1), step));
-        StorePixels(GatherWord(src, hn::ShiftLeft<2>(sx)), out);
-    });
+    ChunkedRow(
+        dst, n, 4, [&](int c0, int count, int padded) { FetchBilinear(s, top, bottom, stepX, c0, count, padded, 4); },
+        [&](int i, uint8_t* out) {
+            StorePixels(hn::Or(BilinearColour(s, i, vfy), hn::And(hn::Load(du, s.t0 + i), alphaMask)), out);
+        });
 }
 
 // ---- overlays ----
@@ -345,33 +234,34 @@ HWY_INLINE VU BlendColour(VU d, VU colour, VU a)
 
 void AlphaBilinear(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int fy, int64_t stepX, int n)
 {
-    if (n <= 0 || !PositionsFit(stepX, n) || LastRead((n - 1) * stepX) >= (int64_t{1} << 29))
-        return ReferenceOverlayKernels().alphaBilinear(dst, top, bottom, fy, stepX, n);
+    Samples s;
     const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
     const VU vfy = hn::Set(du, static_cast<uint32_t>(fy));
-    Row(dst, n, 4, [&](uint8_t* out, int c) {
-        const Quad q = GatherQuad(top, bottom, hn::Mul(Columns(c, n - 1), step));
-        const VU colour = BilinearColour(q.t0, q.t1, q.b0, q.b1, q.fx, vfy);
-        const VU a = hn::ShiftRight<24>(q.t0);
-        const VU d = LoadPixels(out);
-        // d4 = (255 - a) * d4 / 255 + a
-        const VU d4 = hn::Add(Div255(hn::Mul(hn::Sub(hn::Set(du, 255), a), hn::ShiftRight<24>(d))), a);
-        StorePixels(hn::Or(BlendColour(d, colour, a), hn::ShiftLeft<24>(d4)), out);
-    });
+    ChunkedRow(
+        dst, n, 4, [&](int c0, int count, int padded) { FetchBilinear(s, top, bottom, stepX, c0, count, padded, 4); },
+        [&](int i, uint8_t* out) {
+            const VU colour = BilinearColour(s, i, vfy);
+            const VU a = hn::ShiftRight<24>(hn::Load(du, s.t0 + i));
+            const VU d = LoadPixels(out);
+            // d4 = (255 - a) * d4 / 255 + a
+            const VU d4 = hn::Add(Div255(hn::Mul(hn::Sub(hn::Set(du, 255), a), hn::ShiftRight<24>(d))), a);
+            StorePixels(hn::Or(BlendColour(d, colour, a), hn::ShiftLeft<24>(d4)), out);
+        });
 }
 
 void AlphaNearest(uint8_t* dst, const uint8_t* src, int64_t stepX, int n)
 {
-    if (n <= 0 || !PositionsFit(stepX, n) || (((n - 1) * stepX) >> 12) >= (int64_t{1} << 29))
-        return ReferenceOverlayKernels().alphaNearest(dst, src, stepX, n);
+    Samples s;
     const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
     const VU alphaMask = hn::Set(du, 0xFF000000u);
-    Row(dst, n, 4, [&](uint8_t* out, int c) {
-        const VU s = GatherWord(src, hn::ShiftLeft<2>(hn::ShiftRight<12>(hn::Mul(Columns(c, n - 1), step))));
+    const auto fetch = [&](int c0, int count, int padded) {
+        for (int i = 0; i < padded; ++i)
+            s.t0[i] = Load32(src + ((static_cast<int64_t>(c0 + (i < count ? i : count - 1)) * stepX) >> 12) * 4);
+    };
+    ChunkedRow(dst, n, 4, fetch, [&](int i, uint8_t* out) {
+        const VU p = hn::Load(du, s.t0 + i);
         const VU d = LoadPixels(out);
-        StorePixels(hn::Or(BlendColour(d, s, hn::ShiftRight<24>(s)), hn::And(d, alphaMask)), out);
+        StorePixels(hn::Or(BlendColour(d, p, hn::ShiftRight<24>(p)), hn::And(d, alphaMask)), out);
     });
 }
 
@@ -386,35 +276,26 @@ HWY_INLINE VU ApplyMask(VU d, VU m)
 
 void MaskBilinear(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int fy, int64_t stepX, int n)
 {
-    const int64_t maxRead = n > 0 ? LastRead((n - 1) * stepX) : 0;
-    if (n <= 0 || !PositionsFit(stepX, n) || maxRead < 3)
-        return ReferenceOverlayKernels().maskBilinear(dst, top, bottom, fy, stepX, n);
+    Samples s;
     const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
-    const VU hi = hn::Set(du, static_cast<uint32_t>(maxRead - 3));
     const VU vfy = hn::Set(du, static_cast<uint32_t>(fy));
-    Row(dst, n, 4, [&](uint8_t* out, int c) {
-        const Taps t = ColumnTaps(hn::Mul(Columns(c, n - 1), step));
-        VU t0, t1, b0, b1;
-        GatherBytePair(top, t.sx, t.sx1, hi, &t0, &t1);
-        GatherBytePair(bottom, t.sx, t.sx1, hi, &b0, &b1);
-        const VU m = hn::And(Lerp12(Lerp12(t0, t1, t.fx), Lerp12(b0, b1, t.fx), vfy), hn::Set(du, 255));
-        StorePixels(ApplyMask(LoadPixels(out), m), out);
-    });
+    ChunkedRow(
+        dst, n, 4, [&](int c0, int count, int padded) { FetchBilinear(s, top, bottom, stepX, c0, count, padded, 1); },
+        [&](int i, uint8_t* out) {
+            StorePixels(ApplyMask(LoadPixels(out), hn::And(Bilinear(s, i, vfy), hn::Set(du, 255))), out);
+        });
 }
 
 void MaskNearest(uint8_t* dst, const uint8_t* src, int64_t stepX, int n)
 {
-    const int64_t maxRead = n > 0 ? ((n - 1) * stepX) >> 12 : 0;
-    if (n <= 0 || !PositionsFit(stepX, n) || maxRead < 3)
-        return ReferenceOverlayKernels().maskNearest(dst, src, stepX, n);
+    Samples s;
     const DU du;
-    const VU step = hn::Set(du, static_cast<uint32_t>(stepX));
-    const VU hi = hn::Set(du, static_cast<uint32_t>(maxRead - 3));
-    Row(dst, n, 4, [&](uint8_t* out, int c) {
-        const VU m = GatherByte(src, hn::ShiftRight<12>(hn::Mul(Columns(c, n - 1), step)), hi);
-        StorePixels(ApplyMask(LoadPixels(out), m), out);
-    });
+    const auto fetch = [&](int c0, int count, int padded) {
+        for (int i = 0; i < padded; ++i)
+            s.t0[i] = src[(static_cast<int64_t>(c0 + (i < count ? i : count - 1)) * stepX) >> 12];
+    };
+    ChunkedRow(dst, n, 4, fetch,
+               [&](int i, uint8_t* out) { StorePixels(ApplyMask(LoadPixels(out), hn::Load(du, s.t0 + i)), out); });
 }
 
 #endif // DP_SIMD_TARGET_USED
@@ -423,7 +304,6 @@ void FillScale32(Scale32Kernels& t)
 {
 #if DP_SIMD_TARGET_USED
     t.bilinear = Bilinear32;
-    t.nearest = Nearest32;
 #else
     (void)t;
 #endif
@@ -433,9 +313,6 @@ void FillPlane8(Plane8Kernels& t)
 {
 #if DP_SIMD_TARGET_USED
     t.bilinear = Bilinear8;
-    t.nearest = Nearest8;
-    t.table = Table8;
-    t.average4 = Average4;
 #else
     (void)t;
 #endif
@@ -445,7 +322,6 @@ void FillChroma(ChromaKernels& t)
 {
 #if DP_SIMD_TARGET_USED
     t.bilinear = BilinearUV;
-    t.nearest = NearestUV;
 #else
     (void)t;
 #endif

@@ -78,31 +78,6 @@ TEST(ScalerKernelsCheck, RowSlotsEqualReference)
     }
 }
 
-TEST(ScalerKernelsCheck, TableAndAverageEqualReference)
-{
-    std::mt19937 rng(12);
-    for (int64_t step : kSteps) {
-        for (int n : CheckWidths()) {
-            // average4 reads column ((i + 1) * step) >> 12 of the last pixel.
-            const size_t rowBytes = static_cast<size_t>((static_cast<int64_t>(n) * step) >> 12) + 1;
-            EdgeBuffer r0(rowBytes, 5), r1(rowBytes, 6), dst(static_cast<size_t>(n), 7);
-            r0.Random(rng);
-            r1.Random(rng);
-            ExpectSameAtEveryLevel(dst, "Plane8 average4, step " + std::to_string(step) + ", n " + std::to_string(n),
-                                   [&] { GetPlane8Kernels().average4(dst.data(), r0.data(), r1.data(), step, n); });
-            std::vector<int32_t> table(static_cast<size_t>(n));
-            for (int i = 0; i < n; ++i)
-                table[static_cast<size_t>(i)] = static_cast<int32_t>((static_cast<int64_t>(i) * step) >> 12);
-            std::shuffle(table.begin(), table.end(), rng);
-            const size_t tableReach = static_cast<size_t>(*std::max_element(table.begin(), table.end())) + 1;
-            EdgeBuffer src(tableReach, 3);
-            src.Random(rng);
-            ExpectSameAtEveryLevel(dst, "Plane8 table, n " + std::to_string(n),
-                                   [&] { GetPlane8Kernels().table(dst.data(), src.data(), table.data(), n); });
-        }
-    }
-}
-
 TEST(ScalerKernelsCheck, ChromaSlotsEqualReference)
 {
     std::mt19937 rng(13);
