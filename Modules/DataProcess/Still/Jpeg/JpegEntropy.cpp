@@ -6,34 +6,59 @@ namespace bmp2jpeg {
 
 namespace {
 
-void writebyte(BitWriter& bw, uint8_t b)
+void FlushBuffer(BitWriter& bw)
 {
-    std::fputc(b, bw.fp);
+    if (bw.used && !bw.failed && std::fwrite(bw.buf, 1, bw.used, bw.fp) != bw.used)
+        bw.failed = true; // the file is short either way; nothing more is tried
+    bw.used = 0;
+}
+
+// Moves the whole bytes of the pending bits to the buffer, stuffing a 0x00
+// after each 0xFF.
+inline void EmitBytes(BitWriter& bw)
+{
+    while (bw.nbits >= 8) {
+        bw.nbits -= 8;
+        const uint8_t b = static_cast<uint8_t>(bw.acc >> bw.nbits);
+        bw.buf[bw.used++] = b;
+        if (b == 0xFF)
+            bw.buf[bw.used++] = 0x00;
+    }
+    if (bw.used >= sizeof bw.buf - 16)
+        FlushBuffer(bw);
 }
 
 } // namespace
 
-void writebits(BitWriter& bw, bitstring bs)
+void writebits(BitWriter& bw, uint32_t value, int length)
 {
-    for (int posval = bs.length - 1; posval >= 0; --posval) {
-        if (bs.value & (1u << posval))
-            bw.bytenew = static_cast<uint8_t>(bw.bytenew | (1u << bw.bytepos));
-        if (--bw.bytepos < 0) {
-            writebyte(bw, bw.bytenew);
-            if (bw.bytenew == 0xFF)
-                writebyte(bw, 0x00);
-            bw.bytepos = 7;
-            bw.bytenew = 0;
+    // At most 31 bits are pending and 32 come in: the word holds 63.
+    bw.acc = (bw.acc << length) | (value & ((uint64_t{1} << length) - 1));
+    bw.nbits += length;
+    if (bw.nbits >= 32) {
+        // Four whole bytes at once when none of them is 0xFF (no stuffing).
+        const uint32_t top = static_cast<uint32_t>(bw.acc >> (bw.nbits - 32));
+        if (((top & 0x80808080u) & ((top & 0x7F7F7F7Fu) + 0x01010101u)) == 0 && bw.used < sizeof bw.buf - 16) {
+            bw.buf[bw.used] = static_cast<uint8_t>(top >> 24);
+            bw.buf[bw.used + 1] = static_cast<uint8_t>(top >> 16);
+            bw.buf[bw.used + 2] = static_cast<uint8_t>(top >> 8);
+            bw.buf[bw.used + 3] = static_cast<uint8_t>(top);
+            bw.used += 4;
+            bw.nbits -= 32;
+        } else {
+            EmitBytes(bw);
         }
     }
 }
 
 void pad_with_ones(BitWriter& bw)
 {
-    if (bw.bytepos == 7)
-        return;
-    const int n = bw.bytepos + 1;
-    writebits(bw, bitstring{static_cast<uint16_t>(n), static_cast<uint16_t>((1u << n) - 1)});
+    const int partial = bw.nbits % 8;
+    if (partial)
+        writebits(bw, (1u << (8 - partial)) - 1, 8 - partial);
+    EmitBytes(bw);
+    if (bw.fp)
+        FlushBuffer(bw);
 }
 
 void compute_Huffman_table(const uint8_t* nrcodes, const uint8_t* std_table, bitstring* HT)
@@ -94,9 +119,15 @@ bool set_numbers_category_and_bitcode(CategoryTables& t)
 void write_DU_codes(BitWriter& bw, const int16_t* DU, int16_t* DC, const bitstring* HTDC, const bitstring* HTAC,
                     const CategoryTables& tables)
 {
-    const bitstring EOB = HTAC[0x00];
-    const bitstring M16zeroes = HTAC[0xF0];
+    uint64_t nonzero = 0;
+    for (int i = 0; i < 64; ++i)
+        nonzero |= static_cast<uint64_t>(DU[i] != 0) << i;
+    write_DU_codes(bw, DU, nonzero, DC, HTDC, HTAC, tables);
+}
 
+void write_DU_codes(BitWriter& bw, const int16_t* DU, uint64_t nonzero, int16_t* DC, const bitstring* HTDC,
+                    const bitstring* HTAC, const CategoryTables& tables)
+{
     // Coefficients are bounded by the 8-bit samples (|DC| <= 1024, |AC| <
     // 1024), so the difference stays far inside the 16-bit value range.
     const int Diff = DU[0] - *DC;
@@ -104,29 +135,29 @@ void write_DU_codes(BitWriter& bw, const int16_t* DU, int16_t* DC, const bitstri
     if (Diff == 0) {
         writebits(bw, HTDC[0]);
     } else {
-        writebits(bw, HTDC[tables.category(Diff)]);
-        writebits(bw, tables.bitcode(Diff));
+        // A Huffman code (at most 16 bits) and its extra bits (at most 15)
+        // go out as one piece.
+        const bitstring code = HTDC[tables.category(Diff)];
+        const bitstring extra = tables.bitcode(Diff);
+        writebits(bw, (uint32_t{code.value} << extra.length) | extra.value, code.length + extra.length);
     }
-
-    int end0pos = 63;
-    while (end0pos > 0 && DU[end0pos] == 0)
-        --end0pos;
-
-    for (int i = 1; i <= end0pos; ++i) {
-        const int startpos = i;
-        while (DU[i] == 0)
-            ++i; // stops at end0pos at the latest: DU[end0pos] != 0
-        int nrzeroes = i - startpos;
-        if (nrzeroes > 15) {
-            for (int nrmarker = 1; nrmarker <= nrzeroes / 16; ++nrmarker)
-                writebits(bw, M16zeroes);
-            nrzeroes %= 16;
-        }
-        writebits(bw, HTAC[nrzeroes * 16 + tables.category(DU[i])]);
-        writebits(bw, tables.bitcode(DU[i]));
+    // AC: the nonzero coefficients in order, each after its run of zeros
+    // (ZRL for every 16 of them); EOB unless the last coefficient is nonzero.
+    uint64_t ac = nonzero & ~uint64_t{1};
+    int last = 0;
+    while (ac) {
+        const int i = __builtin_ctzll(ac);
+        ac &= ac - 1;
+        int nrzeroes = i - last - 1;
+        last = i;
+        for (; nrzeroes > 15; nrzeroes -= 16)
+            writebits(bw, HTAC[0xF0]);
+        const bitstring code = HTAC[nrzeroes * 16 + tables.category(DU[i])];
+        const bitstring extra = tables.bitcode(DU[i]);
+        writebits(bw, (uint32_t{code.value} << extra.length) | extra.value, code.length + extra.length);
     }
-    if (end0pos != 63)
-        writebits(bw, EOB);
+    if (last != 63)
+        writebits(bw, HTAC[0x00]);
 }
 
 } // namespace bmp2jpeg

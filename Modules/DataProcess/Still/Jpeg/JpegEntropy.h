@@ -11,19 +11,24 @@
 
 namespace bmp2jpeg {
 
-// Bit writer state: the byte being filled and the position (7 = most
-// significant bit) where its next bit goes.
+// Bit writer: bits gather in a 64-bit word, highest first; whole bytes go
+// (with a stuffed 0x00 after every 0xFF) to a buffer that is written to fp
+// in large blocks. The file sees every byte once pad_with_ones() has run.
 struct BitWriter {
     FILE* fp = nullptr;
-    uint8_t bytenew = 0;
-    int bytepos = 7;
+    uint64_t acc = 0;  // the low `nbits` bits are pending, oldest highest
+    int nbits = 0;     // pending bits, below 32 between calls
+    size_t used = 0;   // bytes waiting in buf
+    bool failed = false;
+    uint8_t buf[65536 + 16];
 };
 
-// Appends the code's bits, highest first. Every completed byte is written;
-// a completed 0xFF is followed by a stuffed 0x00.
-void writebits(BitWriter& bw, bitstring bs);
+// Appends the low `length` bits of `value` (length 0..32), highest first.
+void writebits(BitWriter& bw, uint32_t value, int length);
+inline void writebits(BitWriter& bw, bitstring bs) { writebits(bw, bs.value, bs.length); }
 
-// Pads pending bits (if any) with 1-bits to a whole byte and writes it.
+// Pads pending bits (if any) with 1-bits to a whole byte and writes every
+// byte still waiting to the file.
 void pad_with_ones(BitWriter& bw);
 
 // Canonical Huffman codes from counts per length (16 entries) and the
@@ -66,6 +71,10 @@ bool set_numbers_category_and_bitcode(CategoryTables& t);
 // unless the last coefficient is nonzero.
 void write_DU_codes(BitWriter& bw, const int16_t* DU, int16_t* DC, const bitstring* HTDC, const bitstring* HTAC,
                     const CategoryTables& tables);
+// The same, given the block's nonzero coefficients as a mask (bit i set when
+// DU[i] != 0), as the vector quantisation step produces it.
+void write_DU_codes(BitWriter& bw, const int16_t* DU, uint64_t nonzero, int16_t* DC, const bitstring* HTDC,
+                    const bitstring* HTAC, const CategoryTables& tables);
 
 } // namespace bmp2jpeg
 
