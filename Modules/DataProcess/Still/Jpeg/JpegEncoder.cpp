@@ -11,6 +11,7 @@
 #include "Bmp2JpegGlobals.h"
 #include "JpegBitmap.h"
 #include "JpegDct.h"
+#include "JpegKernels.h"
 
 uint16_t width = 0;
 uint16_t height = 0;
@@ -52,8 +53,9 @@ bool init_all(EncoderState& s)
 void process_DU(EncoderState& s, const int8_t* ComponentDU, const float* fdtbl, int16_t* DC, const bitstring* HTDC,
                 const bitstring* HTAC)
 {
-    fdct_and_quantization(ComponentDU, fdtbl, s.DU);
-    write_DU_codes(s.bw, s.DU, DC, HTDC, HTAC, s.tables);
+    QuantisedBlock q;
+    GetJpegKernels().fdctQuant(ComponentDU, fdtbl, q);
+    write_DU_codes(s.bw, q.out, q.order, q.nonzero, DC, HTDC, HTAC, s.tables);
 }
 
 void main_encoder(EncoderState& s, const unsigned char* rgb, size_t padded_width, size_t picture_height)
@@ -61,9 +63,10 @@ void main_encoder(EncoderState& s, const unsigned char* rgb, size_t padded_width
     int16_t DCY = 0;
     int16_t DCCb = 0;
     int16_t DCCr = 0;
+    const JpegKernels& kernels = GetJpegKernels();
     for (size_t ypos = 0; ypos < picture_height; ypos += 8) {
         for (size_t xpos = 0; xpos < padded_width; xpos += 8) {
-            load_data_units_from_RGB_buffer(*s.ycc, rgb, padded_width, xpos, ypos, s.YDU, s.CbDU, s.CrDU);
+            kernels.loadBlock(*s.ycc, rgb, padded_width, xpos, ypos, s.YDU, s.CbDU, s.CrDU);
             process_DU(s, s.YDU, s.fdtbl_Y, &DCY, s.YDC_HT, s.YAC_HT);
             process_DU(s, s.CbDU, s.fdtbl_Cb, &DCCb, s.CbDC_HT, s.CbAC_HT);
             process_DU(s, s.CrDU, s.fdtbl_Cb, &DCCr, s.CbDC_HT, s.CbAC_HT);

@@ -122,16 +122,22 @@ void write_DU_codes(BitWriter& bw, const int16_t* DU, int16_t* DC, const bitstri
     uint64_t nonzero = 0;
     for (int i = 0; i < 64; ++i)
         nonzero |= static_cast<uint64_t>(DU[i] != 0) << i;
-    write_DU_codes(bw, DU, nonzero, DC, HTDC, HTAC, tables);
+    static const uint8_t* const identity = [] {
+        static uint8_t t[64];
+        for (int i = 0; i < 64; ++i)
+            t[i] = static_cast<uint8_t>(i);
+        return t;
+    }();
+    write_DU_codes(bw, DU, identity, nonzero, DC, HTDC, HTAC, tables);
 }
 
-void write_DU_codes(BitWriter& bw, const int16_t* DU, uint64_t nonzero, int16_t* DC, const bitstring* HTDC,
-                    const bitstring* HTAC, const CategoryTables& tables)
+void write_DU_codes(BitWriter& bw, const int16_t* DU, const uint8_t* order, uint64_t nonzero, int16_t* DC,
+                    const bitstring* HTDC, const bitstring* HTAC, const CategoryTables& tables)
 {
     // Coefficients are bounded by the 8-bit samples (|DC| <= 1024, |AC| <
     // 1024), so the difference stays far inside the 16-bit value range.
-    const int Diff = DU[0] - *DC;
-    *DC = DU[0];
+    const int Diff = DU[order[0]] - *DC;
+    *DC = DU[order[0]];
     if (Diff == 0) {
         writebits(bw, HTDC[0]);
     } else {
@@ -152,8 +158,9 @@ void write_DU_codes(BitWriter& bw, const int16_t* DU, uint64_t nonzero, int16_t*
         last = i;
         for (; nrzeroes > 15; nrzeroes -= 16)
             writebits(bw, HTAC[0xF0]);
-        const bitstring code = HTAC[nrzeroes * 16 + tables.category(DU[i])];
-        const bitstring extra = tables.bitcode(DU[i]);
+        const int v = DU[order[i]];
+        const bitstring code = HTAC[nrzeroes * 16 + tables.category(v)];
+        const bitstring extra = tables.bitcode(v);
         writebits(bw, (uint32_t{code.value} << extra.length) | extra.value, code.length + extra.length);
     }
     if (last != 63)

@@ -71,10 +71,10 @@ bool set_numbers_category_and_bitcode(CategoryTables& t);
 // unless the last coefficient is nonzero.
 void write_DU_codes(BitWriter& bw, const int16_t* DU, int16_t* DC, const bitstring* HTDC, const bitstring* HTAC,
                     const CategoryTables& tables);
-// The same, given the block's nonzero coefficients as a mask (bit i set when
-// DU[i] != 0), as the vector quantisation step produces it.
-void write_DU_codes(BitWriter& bw, const int16_t* DU, uint64_t nonzero, int16_t* DC, const bitstring* HTDC,
-                    const bitstring* HTAC, const CategoryTables& tables);
+// The same for coefficients stored in any order: the one at zig-zag
+// position p is DU[order[p]], and bit p of `nonzero` is set when it is not 0.
+void write_DU_codes(BitWriter& bw, const int16_t* DU, const uint8_t* order, uint64_t nonzero, int16_t* DC,
+                    const bitstring* HTDC, const bitstring* HTAC, const CategoryTables& tables);
 
 } // namespace bmp2jpeg
 
