@@ -13,9 +13,9 @@ void FlushBuffer(BitWriter& bw)
     bw.used = 0;
 }
 
-// Moves the whole bytes of the pending bits to the buffer, stuffing a 0x00
-// after each 0xFF.
-inline void EmitBytes(BitWriter& bw)
+} // namespace
+
+void emit_bytes(BitWriter& bw)
 {
     while (bw.nbits >= 8) {
         bw.nbits -= 8;
@@ -28,35 +28,12 @@ inline void EmitBytes(BitWriter& bw)
         FlushBuffer(bw);
 }
 
-} // namespace
-
-void writebits(BitWriter& bw, uint32_t value, int length)
-{
-    // At most 31 bits are pending and 32 come in: the word holds 63.
-    bw.acc = (bw.acc << length) | (value & ((uint64_t{1} << length) - 1));
-    bw.nbits += length;
-    if (bw.nbits >= 32) {
-        // Four whole bytes at once when none of them is 0xFF (no stuffing).
-        const uint32_t top = static_cast<uint32_t>(bw.acc >> (bw.nbits - 32));
-        if (((top & 0x80808080u) & ((top & 0x7F7F7F7Fu) + 0x01010101u)) == 0 && bw.used < sizeof bw.buf - 16) {
-            bw.buf[bw.used] = static_cast<uint8_t>(top >> 24);
-            bw.buf[bw.used + 1] = static_cast<uint8_t>(top >> 16);
-            bw.buf[bw.used + 2] = static_cast<uint8_t>(top >> 8);
-            bw.buf[bw.used + 3] = static_cast<uint8_t>(top);
-            bw.used += 4;
-            bw.nbits -= 32;
-        } else {
-            EmitBytes(bw);
-        }
-    }
-}
-
 void pad_with_ones(BitWriter& bw)
 {
     const int partial = bw.nbits % 8;
     if (partial)
         writebits(bw, (1u << (8 - partial)) - 1, 8 - partial);
-    EmitBytes(bw);
+    emit_bytes(bw);
     if (bw.fp)
         FlushBuffer(bw);
 }

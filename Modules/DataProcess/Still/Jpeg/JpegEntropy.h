@@ -23,8 +23,33 @@ struct BitWriter {
     uint8_t buf[65536 + 16];
 };
 
+// Moves the whole bytes of the pending bits to the buffer (a 0x00 stuffed
+// after each 0xFF), writing the buffer out when it is nearly full.
+void emit_bytes(BitWriter& bw);
+
 // Appends the low `length` bits of `value` (length 0..32), highest first.
-void writebits(BitWriter& bw, uint32_t value, int length);
+inline void writebits(BitWriter& bw, uint32_t value, int length)
+{
+    // At most 31 bits are pending and 32 come in: the word holds 63.
+    bw.acc = (bw.acc << length) | (value & ((uint64_t{1} << length) - 1));
+    bw.nbits += length;
+    if (bw.nbits >= 32) {
+        // Four whole bytes at once when none of them is 0xFF (no stuffing):
+        // a byte is 0xFF exactly when its top bit and the carry out of its
+        // low seven bits plus one are both set.
+        const uint32_t top = static_cast<uint32_t>(bw.acc >> (bw.nbits - 32));
+        if (((top & 0x80808080u) & ((top & 0x7F7F7F7Fu) + 0x01010101u)) == 0 && bw.used < sizeof bw.buf - 16) {
+            bw.buf[bw.used] = static_cast<uint8_t>(top >> 24);
+            bw.buf[bw.used + 1] = static_cast<uint8_t>(top >> 16);
+            bw.buf[bw.used + 2] = static_cast<uint8_t>(top >> 8);
+            bw.buf[bw.used + 3] = static_cast<uint8_t>(top);
+            bw.used += 4;
+            bw.nbits -= 32;
+        } else {
+            emit_bytes(bw);
+        }
+    }
+}
 inline void writebits(BitWriter& bw, bitstring bs) { writebits(bw, bs.value, bs.length); }
 
 // Pads pending bits (if any) with 1-bits to a whole byte and writes every

@@ -163,8 +163,6 @@ void FdctQuant(const int8_t* data, const float* fdtbl, QuantisedBlock& q)
     const DI di;
     const hn::Rebind<int8_t, DF> d8;
     const hn::Rebind<int16_t, DF> d16;
-    const hn::Rebind<double, hn::Half<DF>> dd;
-    const hn::Half<DI> dih;
     VF v[8];
     // Rows as vectors (lane = column), transposed: lane = row.
     for (int r = 0; r < 8; ++r)
@@ -176,16 +174,22 @@ void FdctQuant(const int8_t* data, const float* fdtbl, QuantisedBlock& q)
     // Second pass: along every column at once (v[k] = row k).
     Aan8(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]);
 
+    // Quantisation: the reference forms temp = c * fdtbl in float, then
+    // trunc(temp + 16384.5) - 16384 in double, which for |temp| < 2048 is
+    // floor(temp + 0.5) exactly (the double sum is exact whenever it could
+    // matter: a float's last bit there is at least 2^-37, the sum's 2^-38).
+    // In float: q = round-to-nearest-even(temp), plus 1 where temp - q is
+    // exactly 0.5 (a tie rounded down); temp - q is exact, q being an
+    // integer within 0.5 of temp.
     const ZigzagMasks& masks = Masks();
     uint64_t nonzero = 0;
-    const auto offset = hn::Set(dd, 16384.5);
+    const VF half = hn::Set(df, 0.5f);
     for (int r = 0; r < 8; ++r) {
-        // temp = c * fdtbl (float); trunc(temp + 16384.5) - 16384 with the
-        // sum in double, as the reference forms it.
         const VF temp = hn::Mul(v[r], hn::LoadU(df, fdtbl + 8 * r));
-        const auto lo = hn::DemoteTo(dih, hn::Add(hn::PromoteTo(dd, hn::LowerHalf(temp)), offset));
-        const auto hi = hn::DemoteTo(dih, hn::Add(hn::PromoteTo(dd, hn::UpperHalf(hn::Half<DF>(), temp)), offset));
-        const VI coef = hn::Sub(hn::Combine(di, hi, lo), hn::Set(di, 16384));
+        const VF nearest = hn::Round(temp);
+        const VF rounded = hn::IfThenElse(hn::Eq(hn::Sub(temp, nearest), half), hn::Add(nearest, hn::Set(df, 1.0f)),
+                                          nearest);
+        const VI coef = hn::ConvertTo(di, rounded);
         hn::StoreU(hn::DemoteTo(d16, coef), d16, q.out + 8 * r);
         uint8_t bits[8] = {};
         hn::StoreMaskBits(di, hn::Ne(coef, hn::Zero(di)), bits);
