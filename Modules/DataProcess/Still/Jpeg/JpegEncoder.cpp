@@ -45,6 +45,7 @@ bool init_all(EncoderState& s)
         return false;
     }
     s.ycc = &precalculate_YCbCr_tables();
+    s.kernels = &GetJpegKernels();
     prepare_quant_tables(s.DQTinfo.Ytable, s.fdtbl_Y);
     prepare_quant_tables(s.DQTinfo.Cbtable, s.fdtbl_Cb);
     return true;
@@ -54,7 +55,7 @@ void process_DU(EncoderState& s, const int8_t* ComponentDU, const float* fdtbl, 
                 const bitstring* HTAC)
 {
     QuantisedBlock q;
-    GetJpegKernels().fdctQuant(ComponentDU, fdtbl, q);
+    s.kernels->fdctQuant(ComponentDU, fdtbl, q);
     write_DU_codes(s.bw, q.out, q.order, q.nonzero, DC, HTDC, HTAC, s.tables);
 }
 
@@ -63,7 +64,7 @@ void main_encoder(EncoderState& s, const unsigned char* rgb, size_t padded_width
     int16_t DCY = 0;
     int16_t DCCb = 0;
     int16_t DCCr = 0;
-    const JpegKernels& kernels = GetJpegKernels();
+    const JpegKernels& kernels = *s.kernels;
     for (size_t ypos = 0; ypos < picture_height; ypos += 8) {
         for (size_t xpos = 0; xpos < padded_width; xpos += 8) {
             kernels.loadBlock(*s.ycc, rgb, padded_width, xpos, ypos, s.YDU, s.CbDU, s.CrDU);

@@ -108,9 +108,35 @@ void write_DU_codes(BitWriter& bw, const int16_t* DU, int16_t* DC, const bitstri
     write_DU_codes(bw, DU, identity, nonzero, DC, HTDC, HTAC, tables);
 }
 
+namespace {
+
+// The category (magnitude bits) of a nonzero v and the code of a Huffman
+// symbol of that category followed by v's extra bits, as one piece of at
+// most 31 bits: what the category and bit-code tables hold, computed.
+struct Coded {
+    uint32_t bits;
+    int length;
+};
+
+inline int Category(int v)
+{
+    const unsigned a = static_cast<unsigned>(v < 0 ? -v : v);
+    return 32 - __builtin_clz(a);
+}
+
+inline Coded WithExtraBits(bitstring code, int v, int cat)
+{
+    // Negative values are sent as v - 1 in `cat` bits (ones' complement).
+    const uint32_t extra = static_cast<uint32_t>(v < 0 ? v - 1 : v) & ((1u << cat) - 1);
+    return Coded{(uint32_t{code.value} << cat) | extra, code.length + cat};
+}
+
+} // namespace
+
 void write_DU_codes(BitWriter& bw, const int16_t* DU, const uint8_t* order, uint64_t nonzero, int16_t* DC,
                     const bitstring* HTDC, const bitstring* HTAC, const CategoryTables& tables)
 {
+    (void)tables; // the categories and extra bits are computed, as the tables hold them
     // Coefficients are bounded by the 8-bit samples (|DC| <= 1024, |AC| <
     // 1024), so the difference stays far inside the 16-bit value range.
     const int Diff = DU[order[0]] - *DC;
@@ -120,9 +146,9 @@ void write_DU_codes(BitWriter& bw, const int16_t* DU, const uint8_t* order, uint
     } else {
         // A Huffman code (at most 16 bits) and its extra bits (at most 15)
         // go out as one piece.
-        const bitstring code = HTDC[tables.category(Diff)];
-        const bitstring extra = tables.bitcode(Diff);
-        writebits(bw, (uint32_t{code.value} << extra.length) | extra.value, code.length + extra.length);
+        const int cat = Category(Diff);
+        const Coded c = WithExtraBits(HTDC[cat], Diff, cat);
+        writebits(bw, c.bits, c.length);
     }
     // AC: the nonzero coefficients in order, each after its run of zeros
     // (ZRL for every 16 of them); EOB unless the last coefficient is nonzero.
@@ -136,9 +162,9 @@ void write_DU_codes(BitWriter& bw, const int16_t* DU, const uint8_t* order, uint
         for (; nrzeroes > 15; nrzeroes -= 16)
             writebits(bw, HTAC[0xF0]);
         const int v = DU[order[i]];
-        const bitstring code = HTAC[nrzeroes * 16 + tables.category(v)];
-        const bitstring extra = tables.bitcode(v);
-        writebits(bw, (uint32_t{code.value} << extra.length) | extra.value, code.length + extra.length);
+        const int cat = Category(v);
+        const Coded c = WithExtraBits(HTAC[nrzeroes * 16 + cat], v, cat);
+        writebits(bw, c.bits, c.length);
     }
     if (last != 63)
         writebits(bw, HTAC[0x00]);

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "JpegColor.h"
+#include "JpegTables.h"
 #include "KernelDispatch.h"
 
 namespace bmp2jpeg {
@@ -35,10 +36,27 @@ const JpegKernels& GetJpegKernels();
 const JpegKernels& ReferenceJpegKernels();
 SimdFillers<JpegKernels> JpegSimdFillers();
 
-// order tables: zig-zag position -> index (identity for zig-zag storage,
-// the natural index for row-major storage).
-extern const uint8_t kZigzagIdentity[64];
-const uint8_t* NaturalOfZigzag(); // built once from zigzag[]
+// Order tables: zig-zag position -> index (identity for zig-zag storage,
+// the natural index for row-major storage), made by the compiler.
+struct OrderTable {
+    uint8_t v[64];
+};
+constexpr OrderTable MakeIdentityOrder()
+{
+    OrderTable t{};
+    for (int i = 0; i < 64; ++i)
+        t.v[i] = static_cast<uint8_t>(i);
+    return t;
+}
+constexpr OrderTable MakeNaturalOrder()
+{
+    OrderTable t{};
+    for (int i = 0; i < 64; ++i)
+        t.v[zigzag[i]] = static_cast<uint8_t>(i);
+    return t;
+}
+inline constexpr OrderTable kZigzagIdentity = MakeIdentityOrder();
+inline constexpr OrderTable kNaturalOfZigzag = MakeNaturalOrder();
 
 } // namespace bmp2jpeg
 

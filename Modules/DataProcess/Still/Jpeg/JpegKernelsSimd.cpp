@@ -134,28 +134,24 @@ HWY_INLINE void Transpose8(VF v[8])
     }
 }
 
-// nonzero bits of row r (eight bits, one per column) spread to their
-// zig-zag positions.
+// The nonzero bits of row r (eight bits, one per column) spread to their
+// zig-zag positions, made by the compiler.
 struct ZigzagMasks {
     uint64_t bits[8][256];
-    ZigzagMasks()
-    {
-        for (int r = 0; r < 8; ++r)
-            for (int m = 0; m < 256; ++m) {
-                uint64_t z = 0;
-                for (int c = 0; c < 8; ++c)
-                    if (m & (1 << c))
-                        z |= uint64_t{1} << zigzag[r * 8 + c];
-                bits[r][m] = z;
-            }
-    }
 };
 
-const ZigzagMasks& Masks()
+constexpr ZigzagMasks MakeZigzagMasks()
 {
-    static const ZigzagMasks masks;
-    return masks;
+    ZigzagMasks z{};
+    for (int r = 0; r < 8; ++r)
+        for (int m = 0; m < 256; ++m)
+            for (int c = 0; c < 8; ++c)
+                if (m & (1 << c))
+                    z.bits[r][m] |= uint64_t{1} << zigzag[r * 8 + c];
+    return z;
 }
+
+constexpr ZigzagMasks kZigzagMasks = MakeZigzagMasks();
 
 void FdctQuant(const int8_t* data, const float* fdtbl, QuantisedBlock& q)
 {
@@ -181,7 +177,7 @@ void FdctQuant(const int8_t* data, const float* fdtbl, QuantisedBlock& q)
     // In float: q = round-to-nearest-even(temp), plus 1 where temp - q is
     // exactly 0.5 (a tie rounded down); temp - q is exact, q being an
     // integer within 0.5 of temp.
-    const ZigzagMasks& masks = Masks();
+    const ZigzagMasks& masks = kZigzagMasks;
     uint64_t nonzero = 0;
     const VF half = hn::Set(df, 0.5f);
     for (int r = 0; r < 8; ++r) {
@@ -195,7 +191,7 @@ void FdctQuant(const int8_t* data, const float* fdtbl, QuantisedBlock& q)
         hn::StoreMaskBits(di, hn::Ne(coef, hn::Zero(di)), bits);
         nonzero |= masks.bits[r][bits[0]];
     }
-    q.order = NaturalOfZigzag();
+    q.order = kNaturalOfZigzag.v;
     q.nonzero = nonzero;
 }
 
