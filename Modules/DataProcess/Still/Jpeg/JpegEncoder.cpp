@@ -65,8 +65,28 @@ void main_encoder(EncoderState& s, const unsigned char* rgb, size_t padded_width
     int16_t DCCb = 0;
     int16_t DCCr = 0;
     const JpegKernels& kernels = *s.kernels;
+    // Blocks are transformed two at a time (two lumas, then each block's two
+    // chromas: pairs share a table) and coded in the stream's order, block
+    // by block: Y, Cb, Cr of one block, then of the next.
+    int8_t du[2][3][64];
+    QuantisedBlock q[2][3];
+    auto code = [&](const QuantisedBlock (&b)[3]) {
+        write_DU_codes(s.bw, b[0].out, b[0].order, b[0].nonzero, &DCY, s.YDC_HT, s.YAC_HT, s.tables);
+        write_DU_codes(s.bw, b[1].out, b[1].order, b[1].nonzero, &DCCb, s.CbDC_HT, s.CbAC_HT, s.tables);
+        write_DU_codes(s.bw, b[2].out, b[2].order, b[2].nonzero, &DCCr, s.CbDC_HT, s.CbAC_HT, s.tables);
+    };
     for (size_t ypos = 0; ypos < picture_height; ypos += 8) {
-        for (size_t xpos = 0; xpos < padded_width; xpos += 8) {
+        size_t xpos = 0;
+        for (; xpos + 16 <= padded_width; xpos += 16) {
+            kernels.loadBlock(*s.ycc, rgb, padded_width, xpos, ypos, du[0][0], du[0][1], du[0][2]);
+            kernels.loadBlock(*s.ycc, rgb, padded_width, xpos + 8, ypos, du[1][0], du[1][1], du[1][2]);
+            kernels.fdctQuantPair(du[0][0], du[1][0], s.fdtbl_Y, q[0][0], q[1][0]);
+            kernels.fdctQuantPair(du[0][1], du[0][2], s.fdtbl_Cb, q[0][1], q[0][2]);
+            kernels.fdctQuantPair(du[1][1], du[1][2], s.fdtbl_Cb, q[1][1], q[1][2]);
+            code(q[0]);
+            code(q[1]);
+        }
+        for (; xpos < padded_width; xpos += 8) {
             kernels.loadBlock(*s.ycc, rgb, padded_width, xpos, ypos, s.YDU, s.CbDU, s.CrDU);
             process_DU(s, s.YDU, s.fdtbl_Y, &DCY, s.YDC_HT, s.YAC_HT);
             process_DU(s, s.CbDU, s.fdtbl_Cb, &DCCb, s.CbDC_HT, s.CbAC_HT);

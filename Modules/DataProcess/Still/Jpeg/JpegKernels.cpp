@@ -17,7 +17,13 @@ void FdctQuant_C(const int8_t* data, const float* fdtbl, QuantisedBlock& q)
         q.nonzero |= static_cast<uint64_t>(q.out[i] != 0) << i;
 }
 
-const JpegKernels kJpegReference = {load_data_units_from_RGB_buffer, FdctQuant_C};
+void FdctQuantPair_C(const int8_t* a, const int8_t* b, const float* fdtbl, QuantisedBlock& qa, QuantisedBlock& qb)
+{
+    FdctQuant_C(a, fdtbl, qa);
+    FdctQuant_C(b, fdtbl, qb);
+}
+
+const JpegKernels kJpegReference = {load_data_units_from_RGB_buffer, FdctQuant_C, FdctQuantPair_C};
 
 } // namespace
 

@@ -15,6 +15,8 @@
 #include <hwy/foreach_target.h> // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include <cstring>
+
 #include "JpegKernels.h"
 #include "JpegTables.h"
 #include "SimdTargets.h"
@@ -195,7 +197,136 @@ void FdctQuant(const int8_t* data, const float* fdtbl, QuantisedBlock& q)
     q.nonzero = nonzero;
 }
 
+void FdctQuantPairOfSingles(const int8_t* a, const int8_t* b, const float* fdtbl, QuantisedBlock& qa,
+                            QuantisedBlock& qb)
+{
+    FdctQuant(a, fdtbl, qa);
+    FdctQuant(b, fdtbl, qb);
+}
+
 #define DP_JPEG_HAVE_FDCT 1
+#endif
+
+#if HWY_TARGET == HWY_AVX3
+// Two blocks at once in sixteen float lanes. Every row vector is laid out
+// as [A c0-3 | B c0-3 | A c4-7 | B c4-7] (128-bit quarters), and so is every
+// column vector after a transpose: the interleaves of Transpose8 work per
+// 128-bit quarter and its concatenations per 256-bit half, so the same code
+// transposes both blocks (each lane still runs the reference flow).
+using DF16 = hn::ScalableTag<float>;
+using DI16 = hn::RebindToSigned<DF16>;
+using VF16 = hn::Vec<DF16>;
+
+HWY_INLINE void Aan8x2(VF16& p0, VF16& p1, VF16& p2, VF16& p3, VF16& p4, VF16& p5, VF16& p6, VF16& p7)
+{
+    const DF16 df;
+    const VF16 tmp0 = hn::Add(p0, p7);
+    const VF16 tmp7 = hn::Sub(p0, p7);
+    const VF16 tmp1 = hn::Add(p1, p6);
+    const VF16 tmp6 = hn::Sub(p1, p6);
+    const VF16 tmp2 = hn::Add(p2, p5);
+    const VF16 tmp5 = hn::Sub(p2, p5);
+    const VF16 tmp3 = hn::Add(p3, p4);
+    const VF16 tmp4 = hn::Sub(p3, p4);
+    VF16 tmp10 = hn::Add(tmp0, tmp3);
+    const VF16 tmp13 = hn::Sub(tmp0, tmp3);
+    VF16 tmp11 = hn::Add(tmp1, tmp2);
+    VF16 tmp12 = hn::Sub(tmp1, tmp2);
+    p0 = hn::Add(tmp10, tmp11);
+    p4 = hn::Sub(tmp10, tmp11);
+    const VF16 z1 = hn::Mul(hn::Add(tmp12, tmp13), hn::Set(df, 0.707106781f));
+    p2 = hn::Add(tmp13, z1);
+    p6 = hn::Sub(tmp13, z1);
+    tmp10 = hn::Add(tmp4, tmp5);
+    tmp11 = hn::Add(tmp5, tmp6);
+    tmp12 = hn::Add(tmp6, tmp7);
+    const VF16 z5 = hn::Mul(hn::Sub(tmp10, tmp12), hn::Set(df, 0.382683433f));
+    const VF16 z2 = hn::Add(hn::Mul(hn::Set(df, 0.541196100f), tmp10), z5);
+    const VF16 z4 = hn::Add(hn::Mul(hn::Set(df, 1.306562965f), tmp12), z5);
+    const VF16 z3 = hn::Mul(tmp11, hn::Set(df, 0.707106781f));
+    const VF16 z11 = hn::Add(tmp7, z3);
+    const VF16 z13 = hn::Sub(tmp7, z3);
+    p5 = hn::Add(z13, z2);
+    p3 = hn::Sub(z13, z2);
+    p1 = hn::Add(z11, z4);
+    p7 = hn::Sub(z11, z4);
+}
+
+HWY_INLINE void Transpose8x2(VF16 v[8])
+{
+    const DF16 df;
+    const hn::Repartition<double, DF16> dd;
+    VF16 t[8];
+    for (int i = 0; i < 4; ++i) {
+        t[2 * i] = hn::InterleaveLower(df, v[2 * i], v[2 * i + 1]);
+        t[2 * i + 1] = hn::InterleaveUpper(df, v[2 * i], v[2 * i + 1]);
+    }
+    VF16 u[8];
+    for (int h = 0; h < 2; ++h) {
+        const auto a0 = hn::BitCast(dd, t[4 * h]), a1 = hn::BitCast(dd, t[4 * h + 1]);
+        const auto a2 = hn::BitCast(dd, t[4 * h + 2]), a3 = hn::BitCast(dd, t[4 * h + 3]);
+        u[4 * h] = hn::BitCast(df, hn::InterleaveLower(dd, a0, a2));
+        u[4 * h + 1] = hn::BitCast(df, hn::InterleaveUpper(dd, a0, a2));
+        u[4 * h + 2] = hn::BitCast(df, hn::InterleaveLower(dd, a1, a3));
+        u[4 * h + 3] = hn::BitCast(df, hn::InterleaveUpper(dd, a1, a3));
+    }
+    for (int c = 0; c < 4; ++c) {
+        v[c] = hn::ConcatLowerLower(df, u[4 + c], u[c]);
+        v[c + 4] = hn::ConcatUpperUpper(df, u[4 + c], u[c]);
+    }
+}
+
+void FdctQuantPair(const int8_t* a, const int8_t* b, const float* fdtbl, QuantisedBlock& qa, QuantisedBlock& qb)
+{
+    const DF16 df;
+    const DI16 di;
+    const hn::Rebind<int8_t, DF16> d8;
+    const hn::Rebind<int16_t, DF16> d16;
+    const hn::CappedTag<float, 4> df4;
+    const hn::CappedTag<float, 8> df8;
+    VF16 v[8];
+    for (int r = 0; r < 8; ++r) {
+        // Row r of both blocks in the quarter layout.
+        HWY_ALIGN int8_t row[16];
+        std::memcpy(row, a + 8 * r, 4);
+        std::memcpy(row + 4, b + 8 * r, 4);
+        std::memcpy(row + 8, a + 8 * r + 4, 4);
+        std::memcpy(row + 12, b + 8 * r + 4, 4);
+        v[r] = hn::ConvertTo(df, hn::PromoteTo(di, hn::Load(d8, row)));
+    }
+    Transpose8x2(v);
+    Aan8x2(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]);
+    Transpose8x2(v);
+    Aan8x2(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]);
+
+    // Quantisation as in FdctQuant.
+    uint64_t nzA = 0, nzB = 0;
+    const VF16 half = hn::Set(df, 0.5f);
+    for (int r = 0; r < 8; ++r) {
+        const auto lo = hn::LoadU(df4, fdtbl + 8 * r);
+        const auto hi = hn::LoadU(df4, fdtbl + 8 * r + 4);
+        const VF16 table = hn::Combine(df, hn::Combine(df8, hi, hi), hn::Combine(df8, lo, lo));
+        const VF16 temp = hn::Mul(v[r], table);
+        const VF16 nearest = hn::Round(temp);
+        const VF16 rounded =
+            hn::IfThenElse(hn::Eq(hn::Sub(temp, nearest), half), hn::Add(nearest, hn::Set(df, 1.0f)), nearest);
+        const auto coef = hn::ConvertTo(di, rounded);
+        HWY_ALIGN int16_t out[16];
+        hn::Store(hn::DemoteTo(d16, coef), d16, out);
+        std::memcpy(qa.out + 8 * r, out, 8);
+        std::memcpy(qb.out + 8 * r, out + 4, 8);
+        std::memcpy(qa.out + 8 * r + 4, out + 8, 8);
+        std::memcpy(qb.out + 8 * r + 4, out + 12, 8);
+        uint8_t bits[8] = {};
+        hn::StoreMaskBits(di, hn::Ne(coef, hn::Zero(di)), bits);
+        nzA |= kZigzagMasks.bits[r][(bits[0] & 0x0F) | ((bits[1] & 0x0F) << 4)];
+        nzB |= kZigzagMasks.bits[r][(bits[0] >> 4) | (bits[1] & 0xF0)];
+    }
+    qa.order = qb.order = kNaturalOfZigzag.v;
+    qa.nonzero = nzA;
+    qb.nonzero = nzB;
+}
+#define DP_JPEG_HAVE_FDCT_PAIR 1
 #endif
 
 #endif // DP_SIMD_TARGET_USED
@@ -206,12 +337,17 @@ void FillJpeg(JpegKernels& t)
     t.loadBlock = LoadBlock;
 #if defined(DP_JPEG_HAVE_FDCT)
     t.fdctQuant = FdctQuant;
+    t.fdctQuantPair = FdctQuantPairOfSingles;
+#endif
+#if defined(DP_JPEG_HAVE_FDCT_PAIR)
+    t.fdctQuantPair = FdctQuantPair;
 #endif
 #else
     (void)t;
 #endif
 }
 #undef DP_JPEG_HAVE_FDCT
+#undef DP_JPEG_HAVE_FDCT_PAIR
 
 } // namespace HWY_NAMESPACE
 } // namespace bmp2jpeg
