@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "AudioKernels.h"
 #include "AudioSharedState.h"
 
 namespace {
@@ -213,10 +214,7 @@ int CAudioConverter::ConvertChannels(const short* pSrc, int nCount, short* pW) c
             pW[f] = Clip16(s(f, 2) / 2 + s(f, 0) / 2 + s(f, 1) / 2 + s(f, 3) / 2 + s(f, 4) / 4 + s(f, 5) / 4);
         break;
     case 6 * 16 + 2:
-        for (long long f = 0; f < frames; ++f) {
-            pW[2 * f] = Clip16(s(f, 0) + s(f, 2) / 2 + s(f, 3) / 2 + s(f, 4) / 4);
-            pW[2 * f + 1] = Clip16(s(f, 1) + s(f, 2) / 2 + s(f, 3) / 2 + s(f, 5) / 4);
-        }
+        GetAudioKernels().mix6to2(pW, pSrc, frames);
         break;
     case 7 * 16 + 1:
         for (long long f = 0; f < frames; ++f) {
@@ -318,29 +316,14 @@ int CAudioConverter::ConvertData(const short* pSrc, int nCount)
         // Output frame i sits at the end of its share of the input, so the
         // last output frame of a call lands on the last input frame; frame
         // -1 is the last frame of the previous call (the history).
-        const long long frames = out / ch;
-        for (long long i = 0; i < frames; ++i) {
-            double pos = (i + 1.0) * static_cast<double>(n) / static_cast<double>(out) - 1.0;
-            long long idx = static_cast<long long>(pos + 1.0) - 1;
-            if (idx < -1)
-                idx = -1;
-            if (static_cast<double>(idx) > pos)
-                pos = static_cast<double>(idx);
-            else if (pos > static_cast<double>(idx + 1))
-                pos = static_cast<double>(idx + 1);
-            const double frac = pos - static_cast<double>(idx);
-            for (int c = 0; c < ch; ++c) {
-                const int a = W[idx * ch + c];
-                const int b = W[(idx + 1) * ch + c];
-                const int v = a + static_cast<int>(frac * (b - a));
-                pOut[i * ch + c] = Clip16(v);
-            }
-        }
+        GetAudioKernels().interpolate(pOut, W, out / ch, ch, n, out);
     }
 
-    // Keep the last nDstRate samples of history + input as the next
-    // call's history.
-    std::memmove(pWorkBuf, pWorkBuf + n, static_cast<size_t>(hist) * sizeof(short));
+    // The history becomes the last nDstRate samples of history + input. Of
+    // that region only its last frame is ever read again (frame -1 of the
+    // next call), so only that frame is moved: the same samples are read as
+    // after moving the whole region, without copying nDstRate samples a call.
+    std::memmove(pWorkBuf + hist - ch, pWorkBuf + hist - ch + n, static_cast<size_t>(ch) * sizeof(short));
     return static_cast<int>(out);
 }
 

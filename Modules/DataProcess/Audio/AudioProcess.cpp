@@ -1,5 +1,7 @@
 #include "AudioProcess.h"
 
+#include "AudioKernels.h"
+
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -255,35 +257,14 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
 
 void ChangeVolume16(short* pData, int nCount, int nVolume)
 {
-    if (nVolume == 100 || !pData)
+    if (nVolume == 100 || !pData || nCount <= 0)
         return;
-    // Frames handed in by a host may sit at any address: bytewise access.
-    unsigned char* p = reinterpret_cast<unsigned char*>(pData);
-    for (int i = 0; i < nCount; ++i) {
-        short s;
-        std::memcpy(&s, p + 2 * static_cast<ptrdiff_t>(i), sizeof s);
-        long long v = static_cast<long long>(s) * nVolume / 100; // truncates toward zero
-        if (v > 32767)
-            v = 32767;
-        else if (v < -32767)
-            v = -32767;
-        s = static_cast<short>(v);
-        std::memcpy(p + 2 * static_cast<ptrdiff_t>(i), &s, sizeof s);
-    }
+    GetAudioKernels().volume16(pData, nCount, nVolume);
 }
 
 void ChangeVolume8(unsigned char* pData, int nCount, int nVolume)
 {
-    if (nVolume == 100 || !pData)
+    if (nVolume == 100 || !pData || nCount <= 0)
         return;
-    for (int i = 0; i < nCount; ++i) {
-        // Kept deliberately: the byte is read unsigned and limited with
-        // signed bounds, so anything above 127 comes out as 127.
-        long long v = static_cast<long long>(pData[i]) * nVolume / 100;
-        if (v > 127)
-            v = 127;
-        else if (v < -127)
-            v = -127;
-        pData[i] = static_cast<unsigned char>(v & 0xFF);
-    }
+    GetAudioKernels().volume8(pData, nCount, nVolume);
 }

@@ -11,6 +11,7 @@
 #include "Bmp2JpegGlobals.h"
 #include "JpegBitmap.h"
 #include "JpegDct.h"
+#include "JpegKernels.h"
 
 uint16_t width = 0;
 uint16_t height = 0;
@@ -44,6 +45,7 @@ bool init_all(EncoderState& s)
         return false;
     }
     s.ycc = &precalculate_YCbCr_tables();
+    s.kernels = &GetJpegKernels();
     prepare_quant_tables(s.DQTinfo.Ytable, s.fdtbl_Y);
     prepare_quant_tables(s.DQTinfo.Cbtable, s.fdtbl_Cb);
     return true;
@@ -52,8 +54,9 @@ bool init_all(EncoderState& s)
 void process_DU(EncoderState& s, const int8_t* ComponentDU, const float* fdtbl, int16_t* DC, const bitstring* HTDC,
                 const bitstring* HTAC)
 {
-    fdct_and_quantization(ComponentDU, fdtbl, s.DU);
-    write_DU_codes(s.bw, s.DU, DC, HTDC, HTAC, s.tables);
+    QuantisedBlock q;
+    s.kernels->fdctQuant(ComponentDU, fdtbl, q);
+    write_DU_codes(s.bw, q.out, q.order, q.nonzero, DC, HTDC, HTAC, s.tables);
 }
 
 void main_encoder(EncoderState& s, const unsigned char* rgb, size_t padded_width, size_t picture_height)
@@ -61,9 +64,30 @@ void main_encoder(EncoderState& s, const unsigned char* rgb, size_t padded_width
     int16_t DCY = 0;
     int16_t DCCb = 0;
     int16_t DCCr = 0;
+    const JpegKernels& kernels = *s.kernels;
+    // Blocks are transformed two at a time (two lumas, then each block's two
+    // chromas: pairs share a table) and coded in the stream's order, block
+    // by block: Y, Cb, Cr of one block, then of the next.
+    int8_t du[2][3][64];
+    QuantisedBlock q[2][3];
+    auto code = [&](const QuantisedBlock (&b)[3]) {
+        write_DU_codes(s.bw, b[0].out, b[0].order, b[0].nonzero, &DCY, s.YDC_HT, s.YAC_HT, s.tables);
+        write_DU_codes(s.bw, b[1].out, b[1].order, b[1].nonzero, &DCCb, s.CbDC_HT, s.CbAC_HT, s.tables);
+        write_DU_codes(s.bw, b[2].out, b[2].order, b[2].nonzero, &DCCr, s.CbDC_HT, s.CbAC_HT, s.tables);
+    };
     for (size_t ypos = 0; ypos < picture_height; ypos += 8) {
-        for (size_t xpos = 0; xpos < padded_width; xpos += 8) {
-            load_data_units_from_RGB_buffer(*s.ycc, rgb, padded_width, xpos, ypos, s.YDU, s.CbDU, s.CrDU);
+        size_t xpos = 0;
+        for (; xpos + 16 <= padded_width; xpos += 16) {
+            kernels.loadBlock(*s.ycc, rgb, padded_width, xpos, ypos, du[0][0], du[0][1], du[0][2]);
+            kernels.loadBlock(*s.ycc, rgb, padded_width, xpos + 8, ypos, du[1][0], du[1][1], du[1][2]);
+            kernels.fdctQuantPair(du[0][0], du[1][0], s.fdtbl_Y, q[0][0], q[1][0]);
+            kernels.fdctQuantPair(du[0][1], du[0][2], s.fdtbl_Cb, q[0][1], q[0][2]);
+            kernels.fdctQuantPair(du[1][1], du[1][2], s.fdtbl_Cb, q[1][1], q[1][2]);
+            code(q[0]);
+            code(q[1]);
+        }
+        for (; xpos < padded_width; xpos += 8) {
+            kernels.loadBlock(*s.ycc, rgb, padded_width, xpos, ypos, s.YDU, s.CbDU, s.CrDU);
             process_DU(s, s.YDU, s.fdtbl_Y, &DCY, s.YDC_HT, s.YAC_HT);
             process_DU(s, s.CbDU, s.fdtbl_Cb, &DCCb, s.CbDC_HT, s.CbAC_HT);
             process_DU(s, s.CrDU, s.fdtbl_Cb, &DCCr, s.CbDC_HT, s.CbAC_HT);

@@ -9,6 +9,7 @@
 
 #include "JpegColor.h"
 #include "JpegEntropy.h"
+#include "JpegKernels.h"
 #include "JpegMarkers.h"
 #include "JpegTables.h"
 
@@ -28,6 +29,7 @@ struct EncoderState {
     bitstring CbAC_HT[256] = {};
     CategoryTables tables;
     const YCbCrTables* ycc = nullptr;
+    const JpegKernels* kernels = &ReferenceJpegKernels(); // the level's kernels from init_all
     float fdtbl_Y[64] = {};
     float fdtbl_Cb[64] = {};
 

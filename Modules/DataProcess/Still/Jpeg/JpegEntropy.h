@@ -11,19 +11,49 @@
 
 namespace bmp2jpeg {
 
-// Bit writer state: the byte being filled and the position (7 = most
-// significant bit) where its next bit goes.
+// Bit writer: bits gather in a 64-bit word, highest first; whole bytes go
+// (with a stuffed 0x00 after every 0xFF) to a buffer that is written to fp
+// in large blocks. The file sees every byte once pad_with_ones() has run.
 struct BitWriter {
     FILE* fp = nullptr;
-    uint8_t bytenew = 0;
-    int bytepos = 7;
+    uint64_t acc = 0;  // the low `nbits` bits are pending, oldest highest
+    int nbits = 0;     // pending bits, below 32 between calls
+    size_t used = 0;   // bytes waiting in buf
+    bool failed = false;
+    uint8_t buf[65536 + 16];
 };
 
-// Appends the code's bits, highest first. Every completed byte is written;
-// a completed 0xFF is followed by a stuffed 0x00.
-void writebits(BitWriter& bw, bitstring bs);
+// Moves the whole bytes of the pending bits to the buffer (a 0x00 stuffed
+// after each 0xFF), writing the buffer out when it is nearly full.
+void emit_bytes(BitWriter& bw);
 
-// Pads pending bits (if any) with 1-bits to a whole byte and writes it.
+// Appends the low `length` bits of `value` (length 0..32), highest first.
+inline void writebits(BitWriter& bw, uint32_t value, int length)
+{
+    // At most 31 bits are pending and 32 come in: the word holds 63.
+    bw.acc = (bw.acc << length) | (value & ((uint64_t{1} << length) - 1));
+    bw.nbits += length;
+    if (bw.nbits >= 32) {
+        // Four whole bytes at once when none of them is 0xFF (no stuffing):
+        // a byte is 0xFF exactly when its top bit and the carry out of its
+        // low seven bits plus one are both set.
+        const uint32_t top = static_cast<uint32_t>(bw.acc >> (bw.nbits - 32));
+        if (((top & 0x80808080u) & ((top & 0x7F7F7F7Fu) + 0x01010101u)) == 0 && bw.used < sizeof bw.buf - 16) {
+            bw.buf[bw.used] = static_cast<uint8_t>(top >> 24);
+            bw.buf[bw.used + 1] = static_cast<uint8_t>(top >> 16);
+            bw.buf[bw.used + 2] = static_cast<uint8_t>(top >> 8);
+            bw.buf[bw.used + 3] = static_cast<uint8_t>(top);
+            bw.used += 4;
+            bw.nbits -= 32;
+        } else {
+            emit_bytes(bw);
+        }
+    }
+}
+inline void writebits(BitWriter& bw, bitstring bs) { writebits(bw, bs.value, bs.length); }
+
+// Pads pending bits (if any) with 1-bits to a whole byte and writes every
+// byte still waiting to the file.
 void pad_with_ones(BitWriter& bw);
 
 // Canonical Huffman codes from counts per length (16 entries) and the
@@ -66,6 +96,10 @@ bool set_numbers_category_and_bitcode(CategoryTables& t);
 // unless the last coefficient is nonzero.
 void write_DU_codes(BitWriter& bw, const int16_t* DU, int16_t* DC, const bitstring* HTDC, const bitstring* HTAC,
                     const CategoryTables& tables);
+// The same for coefficients stored in any order: the one at zig-zag
+// position p is DU[order[p]], and bit p of `nonzero` is set when it is not 0.
+void write_DU_codes(BitWriter& bw, const int16_t* DU, const uint8_t* order, uint64_t nonzero, int16_t* DC,
+                    const bitstring* HTDC, const bitstring* HTAC, const CategoryTables& tables);
 
 } // namespace bmp2jpeg
 
