@@ -2,6 +2,7 @@
 // and the volume kernels slot by slot, and whole converters of every
 // channel pair fed in several chunkings, at every SIMD level.
 #include <algorithm>
+#include <cstring>
 
 #include "AudioConverter.h"
 #include "AudioKernels.h"
@@ -28,9 +29,12 @@ TEST(AudioKernelsCheck, RateStageEqualsReference)
         for (auto [inFrames, outFrames] : {std::pair{441, 480}, {480, 441}, {7, 9}, {9, 7}, {1, 1}, {1, 3}, {600, 653},
                                            {1024, 1115}, {3000, 1000}}) {
             const long long n = static_cast<long long>(inFrames) * ch, out = static_cast<long long>(outFrames) * ch;
-            // History frame, then the input: exactly what the stage reads.
-            EdgeBuffer w(static_cast<size_t>(n + ch) * 2, 2);
+            // History frame, the input, and the two cleared frames behind it
+            // (the last output frame reads the first of them): exactly what
+            // the stage provides.
+            EdgeBuffer w(static_cast<size_t>(n + 3 * ch) * 2, 2);
             RandomSamples(w, rng);
+            std::memset(w.data() + (n + ch) * 2, 0, static_cast<size_t>(2 * ch) * 2);
             EdgeBuffer dst(static_cast<size_t>(out) * 2, 6);
             const short* W = reinterpret_cast<const short*>(w.data()) + ch;
             ExpectSameAtEveryLevel(dst, "rate stage " + std::to_string(inFrames) + " -> " + std::to_string(outFrames) +
