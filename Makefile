@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build test test-levels demo asan clean
+.PHONY: all deps configure build test test-levels demo asan bench clean
 
 all: build
 
@@ -39,5 +39,13 @@ asan: deps
 	@cmake --build build-asan -j $(JOBS)
 	@ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build-asan --output-on-failure -j $(JOBS)
 
+# The peer benchmark: this library against libyuv, swscale, swresample and
+# TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG").
+bench:
+	@bash scripts/install-deps.sh bench
+	@cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DDP_BUILD_BENCHMARKS=ON -DDP_BUILD_TESTS=OFF >/dev/null
+	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark
+	@build-bench/benchmarks/PeerBenchmark $(BENCH_ARGS)
+
 clean:
-	@rm -rf $(BUILD_DIR) build-asan
+	@rm -rf $(BUILD_DIR) build-asan build-bench
