@@ -57,7 +57,7 @@ void AlphaOverRow_C(uint8_t* dst, const uint8_t* a, const uint8_t* b, int n, int
     }
 }
 
-const GeometryKernels kGeometryReference = {NearestRow_C, LinearRow_C, NearestGather_C, LinearGather_C};
+const GeometryKernels kGeometryReference = {NearestRow_C, LinearRow_C, NearestGather_C, LinearGather_C, nullptr};
 const BlendKernels kBlendReference = {AlphaOverRow_C};
 
 } // namespace

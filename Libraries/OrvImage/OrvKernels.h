@@ -39,6 +39,15 @@ struct GeometryKernels {
     // Arbitrary positions (rotation): src is the image origin.
     void (*nearestGather)(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const NearestTap* taps, int n);
     void (*linearGather)(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const LinearTap* taps, int n);
+    // Exact quarter turns (every position a whole pixel, both
+    // interpolations then copy it): a w x h destination block,
+    //   turn 90:  dst[y * dstStep + x] = src[x * srcStep - y]
+    //   turn 270: dst[y * dstStep + x] = src[y - x * srcStep]
+    // src being the source pixel of the block's first destination pixel.
+    // The reference table has none (null): the rotation then runs its
+    // general path, which defines the bytes a turn kernel must give.
+    void (*quarterTurn)(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep, int w, int h,
+                        int turn);
 };
 
 struct BlendKernels {

@@ -42,6 +42,81 @@ void AlphaOverRow(uint8_t* dst, const uint8_t* a, const uint8_t* b, int n, int m
         ReferenceBlendKernels().alphaOverRow(dst + i, a + i, b + i, n - static_cast<int>(i), m1, m2);
 }
 
+// ---- exact quarter turns ----
+
+// Transposes an 8 x 8 byte block: rows r[0..7] (the low 8 bytes of each
+// vector) in, and out[j] holds column 2j in its low and column 2j + 1 in its
+// high 8 bytes.
+HWY_INLINE void Transpose8x8(const hn::Full128<uint8_t> d8, hn::Vec<hn::Full128<uint8_t>> r[8],
+                             hn::Vec<hn::Full128<uint8_t>> out[4])
+{
+    const hn::Full128<uint16_t> d16;
+    const hn::Full128<uint32_t> d32;
+    const auto t0 = hn::BitCast(d16, hn::InterleaveLower(d8, r[0], r[1]));
+    const auto t1 = hn::BitCast(d16, hn::InterleaveLower(d8, r[2], r[3]));
+    const auto t2 = hn::BitCast(d16, hn::InterleaveLower(d8, r[4], r[5]));
+    const auto t3 = hn::BitCast(d16, hn::InterleaveLower(d8, r[6], r[7]));
+    const auto u0 = hn::BitCast(d32, hn::InterleaveLower(d16, t0, t1));
+    const auto u1 = hn::BitCast(d32, hn::InterleaveUpper(d16, t0, t1));
+    const auto u2 = hn::BitCast(d32, hn::InterleaveLower(d16, t2, t3));
+    const auto u3 = hn::BitCast(d32, hn::InterleaveUpper(d16, t2, t3));
+    out[0] = hn::BitCast(d8, hn::InterleaveLower(d32, u0, u2));
+    out[1] = hn::BitCast(d8, hn::InterleaveUpper(d32, u0, u2));
+    out[2] = hn::BitCast(d8, hn::InterleaveLower(d32, u1, u3));
+    out[3] = hn::BitCast(d8, hn::InterleaveUpper(d32, u1, u3));
+}
+
+void QuarterTurnEdge(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep, int w, int h, int turn)
+{
+    const ptrdiff_t along = turn == 90 ? srcStep : -srcStep, down = turn == 90 ? -1 : 1;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            dst[y * dstStep + x] = src[x * along + y * down];
+}
+
+// 8 x 8 blocks: the source block is read row by row (its rows are the
+// destination's columns), transposed in registers and stored as
+// destination rows; the edge strips go pixel by pixel.
+void QuarterTurn(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep, int w, int h, int turn)
+{
+    const hn::Full128<uint8_t> d8;
+    const hn::Full64<uint8_t> d8h;
+    const int bw = w / 8 * 8, bh = h / 8 * 8;
+    for (int by = 0; by < bh; by += 8) {
+        for (int bx = 0; bx < bw; bx += 8) {
+            hn::Vec<decltype(d8)> r[8], out[4];
+            if (turn == 90) {
+                // Destination row by + m is source column -(by + m): the block's
+                // source rows hold columns -by - 7 .. -by.
+                const uint8_t* s0 = src + bx * srcStep - by - 7;
+                for (int k = 0; k < 8; ++k)
+                    r[k] = hn::ZeroExtendVector(d8, hn::LoadU(d8h, s0 + k * srcStep));
+                Transpose8x8(d8, r, out);
+                // Transposed row j is source column -by - 7 + j: destination row by + 7 - j.
+                for (int j = 0; j < 4; ++j) {
+                    hn::StoreU(hn::LowerHalf(d8h, out[j]), d8h, dst + (by + 7 - 2 * j) * dstStep + bx);
+                    hn::StoreU(hn::UpperHalf(d8h, out[j]), d8h, dst + (by + 6 - 2 * j) * dstStep + bx);
+                }
+            } else {
+                // Destination column bx + k is source row -(bx + k): loaded in that order.
+                const uint8_t* s0 = src - bx * srcStep + by;
+                for (int k = 0; k < 8; ++k)
+                    r[k] = hn::ZeroExtendVector(d8, hn::LoadU(d8h, s0 - k * srcStep));
+                Transpose8x8(d8, r, out);
+                for (int j = 0; j < 4; ++j) {
+                    hn::StoreU(hn::LowerHalf(d8h, out[j]), d8h, dst + (by + 2 * j) * dstStep + bx);
+                    hn::StoreU(hn::UpperHalf(d8h, out[j]), d8h, dst + (by + 2 * j + 1) * dstStep + bx);
+                }
+            }
+        }
+    }
+    const ptrdiff_t along = turn == 90 ? srcStep : -srcStep, down = turn == 90 ? -1 : 1;
+    if (bw < w) // right strip, all rows
+        QuarterTurnEdge(dst + bw, dstStep, src + bw * along, srcStep, w - bw, h, turn);
+    if (bh < h) // bottom strip, the block columns
+        QuarterTurnEdge(dst + bh * dstStep, dstStep, src + bh * down, srcStep, bw, h - bh, turn);
+}
+
 #endif // DP_SIMD_TARGET_USED
 
 void FillBlend(BlendKernels& t)
@@ -53,7 +128,14 @@ void FillBlend(BlendKernels& t)
 #endif
 }
 
-void FillGeometry(GeometryKernels& t) { (void)t; }
+void FillGeometry(GeometryKernels& t)
+{
+#if DP_SIMD_TARGET_USED
+    t.quarterTurn = QuarterTurn;
+#else
+    (void)t;
+#endif
+}
 
 } // namespace HWY_NAMESPACE
 } // namespace orv

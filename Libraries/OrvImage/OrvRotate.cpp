@@ -24,6 +24,46 @@ void CosSin(double degrees, double* c, double* s)
     *s = std::sin(a);
 }
 
+// A quarter turn with whole-pixel shifts maps every destination pixel to a
+// whole source pixel: u = X - xShift and v = Y - yShift are integers, so
+// xs = u cos a - v sin a and ys = u sin a + v cos a are too (cos and sin
+// being 0 or +-1), the snapped positions have no fraction, and both
+// interpolations copy the pixel (the linear weights of the neighbours are
+// 0). The written pixels are then the rectangle of destination pixels whose
+// (xs, ys) lie in the source region, handed to the turn kernel. Returns
+// false (nothing done) for any other rotation.
+bool QuarterTurn(const orv::GeometryKernels& k, const Ipp8u* pSrc, int srcStep, const orv::Region& r, Ipp8u* pDst,
+                 int dstStep, double c, double s, double xShift, double yShift, int64_t x0, int64_t y0, int64_t x1,
+                 int64_t y1)
+{
+    const double kLimit = 1073741824.0; // 2^30: every product below stays exact
+    if (c != 0.0 || (s != 1.0 && s != -1.0) || !(std::fabs(xShift) < kLimit) || !(std::fabs(yShift) < kLimit) ||
+        std::floor(xShift) != xShift || std::floor(yShift) != yShift)
+        return false;
+    const int64_t sx = static_cast<int64_t>(xShift), sy = static_cast<int64_t>(yShift);
+    const int64_t lastX = static_cast<int64_t>(r.x) + r.w - 1, lastY = static_cast<int64_t>(r.y) + r.h - 1;
+    // 90 (s = 1): xs = sy - Y, ys = X - sx. 270 (s = -1): xs = Y - sy, ys = sx - X.
+    int64_t X0, X1, Y0, Y1; // inclusive ranges where the source pixel exists
+    if (s > 0) {
+        Y0 = sy - lastX, Y1 = sy - r.x;
+        X0 = sx + r.y, X1 = sx + lastY;
+    } else {
+        Y0 = sy + r.x, Y1 = sy + lastX;
+        X0 = sx - lastY, X1 = sx - r.y;
+    }
+    X0 = X0 > x0 ? X0 : x0;
+    Y0 = Y0 > y0 ? Y0 : y0;
+    X1 = X1 < x1 - 1 ? X1 : x1 - 1;
+    Y1 = Y1 < y1 - 1 ? Y1 : y1 - 1;
+    if (X1 < X0 || Y1 < Y0)
+        return true; // nothing of the source is reached: nothing written
+    const int64_t xs = s > 0 ? sy - Y0 : Y0 - sy;
+    const int64_t ys = s > 0 ? X0 - sx : sx - X0;
+    k.quarterTurn(pDst + Y0 * dstStep + X0, dstStep, pSrc + ys * srcStep + xs, srcStep, static_cast<int>(X1 - X0 + 1),
+                  static_cast<int>(Y1 - Y0 + 1), s > 0 ? 90 : 270);
+    return true;
+}
+
 } // namespace
 
 // Rotation about the source origin, then a shift in destination
@@ -65,6 +105,8 @@ IppStatus orv_ippiRotate_8u_C1R(const Ipp8u* pSrc, IppiSize srcSize, int srcStep
     const int64_t y1 = static_cast<int64_t>(dstRoi.y) + dstRoi.height;
 
     const orv::GeometryKernels& k = orv::GetGeometryKernels();
+    if (k.quarterTurn && QuarterTurn(k, pSrc, srcStep, r, pDst, dstStep, c, s, xShift, yShift, x0, y0, x1, y1))
+        return ippStsNoErr;
     orv::LinearTap lin[orv::kRun];
     orv::NearestTap nn[orv::kRun];
 
