@@ -1,0 +1,104 @@
+// The colour converters' twins against their references through the public
+// routines: odd and even sizes, pitches wider than the rows, bottom-up and
+// top-down bitmaps, planes and bitmaps at odd addresses ending at their
+// allocation, destinations pre-filled with sentinels.
+#include "ImageConvert.h"
+#include "KernelCheck.h"
+
+namespace {
+
+BITMAPINFOHEADER Header(int w, int h, int bits)
+{
+    BITMAPINFOHEADER b{};
+    b.biSize = 40;
+    b.biWidth = w;
+    b.biHeight = h;
+    b.biPlanes = 1;
+    b.biBitCount = static_cast<uint16_t>(bits);
+    return b;
+}
+
+size_t RowBytes(int w, int bits) { return (static_cast<size_t>(w) * bits / 8 + 3) & ~size_t{3}; }
+
+struct Planes {
+    int pitchY, pitchC;
+    EdgeBuffer y, u, v, a;
+    Planes(int w, int h, std::mt19937& rng)
+        : pitchY(w + 3), pitchC((w + 1) / 2 + 2), y(static_cast<size_t>(h) * pitchY, 1),
+          u(static_cast<size_t>((h + 1) / 2) * pitchC, 2), v(static_cast<size_t>((h + 1) / 2) * pitchC, 3),
+          a(static_cast<size_t>(h) * pitchY, 5)
+    {
+        y.Random(rng);
+        u.Random(rng);
+        v.Random(rng);
+    }
+};
+
+TEST(ConvertKernelsCheck, PlanesToBitmapsEqualReference)
+{
+    std::mt19937 rng(41);
+    for (int w : CheckWidths()) {
+        for (int h : {1, 2, 3, 6}) {
+            Planes p(w, h, rng);
+            for (int bits : {24, 32}) {
+                EdgeBuffer bmp(RowBytes(w, bits) * static_cast<size_t>(h), 1);
+                const std::string at = std::to_string(w) + "x" + std::to_string(h) + " " + std::to_string(bits) + "-bit";
+                auto run = [&](auto convert) {
+                    BITMAPINFOHEADER hd = Header(w, h, bits);
+                    convert(&hd, bmp.data(), p.y.data(), p.u.data(), p.v.data(), p.pitchY, p.pitchC, p.pitchC);
+                };
+                if (bits == 24) {
+                    ExpectSameAtEveryLevel(bmp, "Yuv420_2_rgb24 " + at, [&] { run(Yuv420_2_rgb24); });
+                } else {
+                    ExpectSameAtEveryLevel(bmp, "Yuv420_2_rgb32 " + at, [&] { run(Yuv420_2_rgb32); });
+                    ExpectSameAtEveryLevel(bmp, "Yuv420_2_Argb " + at, [&] { run(Yuv420_2_Argb); });
+                }
+            }
+        }
+    }
+}
+
+TEST(ConvertKernelsCheck, BitmapsToPlanesEqualReference)
+{
+    std::mt19937 rng(42);
+    for (int w : CheckWidths()) {
+        for (int h : {1, 2, 3, -4}) { // negative: a top-down bitmap
+            const int rows = h < 0 ? -h : h;
+            for (int bits : {24, 32}) {
+                EdgeBuffer bmp(RowBytes(w, bits) * static_cast<size_t>(rows), 3);
+                bmp.Random(rng);
+                Planes out(w, rows, rng);
+                const std::string at = std::to_string(w) + "x" + std::to_string(h) + " " + std::to_string(bits) + "-bit";
+                for (int variant = 0; variant < (bits == 24 ? 1 : 3); ++variant) {
+                    // The four planes compared as one: run, then gather their bytes.
+                    EdgeBuffer all(out.y.size() + out.u.size() + out.v.size() + out.a.size());
+                    ExpectSameAtEveryLevel(all, at + " variant " + std::to_string(variant), [&] {
+                        const uint8_t fill = all.data()[0];
+                        for (EdgeBuffer* b : {&out.y, &out.u, &out.v, &out.a})
+                            b->Fill(fill);
+                        BITMAPINFOHEADER hd = Header(w, h, bits);
+                        if (bits == 24)
+                            Rgb24_2_yuv420(out.y.data(), out.u.data(), out.v.data(), out.pitchY, out.pitchC, out.pitchC,
+                                           &hd, bmp.data());
+                        else if (variant == 0)
+                            Rgb32_2_yuv420(out.y.data(), out.u.data(), out.v.data(), out.pitchY, out.pitchC, out.pitchC,
+                                           &hd, bmp.data());
+                        else if (variant == 1)
+                            Argb_2_yuv420(out.y.data(), out.u.data(), out.v.data(), out.pitchY, out.pitchC, out.pitchC,
+                                          &hd, bmp.data());
+                        else
+                            Rgb32_2_yuv420A(out.y.data(), out.u.data(), out.v.data(), out.a.data(), out.pitchY,
+                                            out.pitchC, out.pitchC, &hd, bmp.data());
+                        uint8_t* d = all.data();
+                        for (EdgeBuffer* b : {&out.y, &out.u, &out.v, &out.a}) {
+                            std::memcpy(d, b->data(), b->size());
+                            d += b->size();
+                        }
+                    });
+                }
+            }
+        }
+    }
+}
+
+} // namespace
