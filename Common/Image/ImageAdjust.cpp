@@ -1,4 +1,5 @@
 #include "ImageAdjust.h"
+#include "ImageAdjustKernels.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -63,30 +64,71 @@ const LutFamily<601>& SaturationTable()
 
 bool Usable(const unsigned char* p, int width, int height) { return p && width > 0 && height > 0; }
 
+void BrightnessContrast_C(uint8_t* row, int n, int brightness, int contrast, int hi)
+{
+    const uint8_t* b = brightness != kNoAdjustStep ? BrightnessMap(brightness) : nullptr;
+    const uint8_t* c = contrast != kNoAdjustStep ? ContrastMap(contrast, hi) : nullptr;
+    for (int x = 0; x < n; ++x) {
+        uint8_t v = row[x];
+        if (b)
+            v = b[v];
+        if (c)
+            v = c[v];
+        row[x] = v;
+    }
+}
+
+const AdjustKernels kAdjustReference = {BrightnessContrast_C};
+
+// Brightness and/or contrast over a plane through the row kernel.
+void AdjustPlane(uint8_t* plane, int pitch, int width, int rows, int brightness, int contrast, int hi)
+{
+    const AdjustKernels& k = GetAdjustKernels();
+    for (int r = 0; r < rows; ++r)
+        k.brightnessContrast(plane + static_cast<ptrdiff_t>(r) * pitch, width, brightness, contrast, hi);
+}
+
 } // namespace
+
+const uint8_t* BrightnessMap(int brightness) { return BrightnessTable().map[ClampSetting(brightness) + 100]; }
+
+const uint8_t* ContrastMap(int contrast, int hi)
+{
+    return (hi == 240 ? ContrastTable<240>() : ContrastTable<235>()).map[ClampSetting(contrast) + 100];
+}
+
+#if !DP_HAVE_HIGHWAY
+SimdFillers<AdjustKernels> AdjustSimdFillers() { return {}; }
+#endif
+
+const AdjustKernels& ReferenceAdjustKernels() { return kAdjustReference; }
+
+const AdjustKernels& GetAdjustKernels()
+{
+    static const KernelLadder<AdjustKernels> ladder(kAdjustReference, AdjustSimdFillers());
+    return ladder.Get();
+}
 
 void AdjustBrightness(unsigned char* pY, unsigned char*, unsigned char*, int nPitchY, int, int, int nWidth,
                       int nHeight, int nBrightness)
 {
     if (!Usable(pY, nWidth, nHeight))
         return;
-    ApplyLut(pY, nPitchY, nWidth, nHeight, BrightnessTable().map[ClampSetting(nBrightness) + 100]);
+    AdjustPlane(pY, nPitchY, nWidth, nHeight, nBrightness, kNoAdjustStep, 235);
 }
 
 void AdjustContrast(unsigned char* pY, unsigned char* pU, unsigned char* pV, int nPitchY, int nPitchU, int,
                     int nWidth, int nHeight, int nContrast)
 {
-    const int index = ClampSetting(nContrast) + 100;
     if (Usable(pY, nWidth, nHeight))
-        ApplyLut(pY, nPitchY, nWidth, nHeight, ContrastTable<235>().map[index]);
+        AdjustPlane(pY, nPitchY, nWidth, nHeight, kNoAdjustStep, nContrast, 235);
     const int cw = (nWidth + 1) / 2;
     const int ch = (nHeight + 1) / 2;
-    const uint8_t* map = ContrastTable<240>().map[index];
     // Kept deliberately: V is walked with the U pitch, as U is.
     if (Usable(pU, cw, ch))
-        ApplyLut(pU, nPitchU, cw, ch, map);
+        AdjustPlane(pU, nPitchU, cw, ch, kNoAdjustStep, nContrast, 240);
     if (Usable(pV, cw, ch))
-        ApplyLut(pV, nPitchU, cw, ch, map);
+        AdjustPlane(pV, nPitchU, cw, ch, kNoAdjustStep, nContrast, 240);
 }
 
 void AdjustSaturation(unsigned char*, unsigned char* pU, unsigned char* pV, int, int nPitchU, int, int nWidth,
@@ -109,10 +151,18 @@ void AdjustSaturation(unsigned char*, unsigned char* pU, unsigned char* pV, int,
 void AdjustImage(unsigned char* pY, unsigned char* pU, unsigned char* pV, int nPitchY, int nPitchU, int nPitchV,
                  int nWidth, int nHeight, int nBrightness, int nContrast, int nSaturation)
 {
-    if (nBrightness)
-        AdjustBrightness(pY, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nBrightness);
-    if (nContrast)
-        AdjustContrast(pY, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nContrast);
+    if (nBrightness && nContrast && Usable(pY, nWidth, nHeight)) {
+        // Both steps on luma in one pass (each sample goes through the
+        // brightness map, then the contrast map: the same values as two
+        // passes); contrast then does the chroma planes alone.
+        AdjustPlane(pY, nPitchY, nWidth, nHeight, nBrightness, nContrast, 235);
+        AdjustContrast(nullptr, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nContrast);
+    } else {
+        if (nBrightness)
+            AdjustBrightness(pY, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nBrightness);
+        if (nContrast)
+            AdjustContrast(pY, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nContrast);
+    }
     if (nSaturation)
         AdjustSaturation(pY, pU, pV, nPitchY, nPitchU, nPitchV, nWidth, nHeight, nSaturation);
 }

@@ -1,6 +1,7 @@
 #include "ImageFlip.h"
 
 #include "FramePlanes.h"
+#include "ImageFlipKernels.h"
 
 #include <cstddef>
 #include <cstring>
@@ -16,10 +17,13 @@ void MirrorRowInPlace(unsigned char* row, int width)
         std::swap(row[x], row[e]);
 }
 
+const FlipKernels kFlipReference = {MirrorRowInPlace};
+
 void MirrorPlane(unsigned char* plane, int width, int rows)
 {
+    const FlipKernels& k = GetFlipKernels();
     for (int r = 0; r < rows; ++r)
-        MirrorRowInPlace(plane + static_cast<ptrdiff_t>(r) * width, width);
+        k.mirrorRow(plane + static_cast<ptrdiff_t>(r) * width, width);
 }
 
 // Exchanges row r with row rows - 1 - r for r < rows / 2 through `tmp`.
@@ -36,6 +40,18 @@ void FlipPlane(unsigned char* plane, int width, int rows, unsigned char* tmp)
 }
 
 } // namespace
+
+#if !DP_HAVE_HIGHWAY
+SimdFillers<FlipKernels> FlipSimdFillers() { return {}; }
+#endif
+
+const FlipKernels& ReferenceFlipKernels() { return kFlipReference; }
+
+const FlipKernels& GetFlipKernels()
+{
+    static const KernelLadder<FlipKernels> ladder(kFlipReference, FlipSimdFillers());
+    return ladder.Get();
+}
 
 void FlipImageHorz(MEDIA_FRAME* pFrame)
 {

@@ -1,0 +1,35 @@
+// Row kernels of the picture adjustments (internal to the library). The
+// reference applies the adjustment maps (ImageAdjust.cpp) one after the
+// other; vector twins (ImageAdjustKernelsSimd.cpp) compute the same values
+// from the maps' formulas, chosen by the SIMD level (KernelDispatch.h).
+#ifndef DATAPROCESS_IMAGEADJUSTKERNELS_H
+#define DATAPROCESS_IMAGEADJUSTKERNELS_H
+
+#include <cstdint>
+
+#include "KernelDispatch.h"
+
+#include <climits>
+
+constexpr int kNoAdjustStep = INT_MIN;
+
+struct AdjustKernels {
+    // One row of n samples, in place: the brightness map of setting
+    // `brightness` (-100..100, kNoAdjustStep = no brightness step), then the
+    // contrast map of setting `contrast` (likewise) with upper limit `hi`
+    // (235 for luma, 240 for chroma). Settings outside -100..100 act as the
+    // nearest end; a step at setting 0 still clamps to the video range.
+    //   brightness: clamp(v + b, 16, 235)
+    //   contrast:   clamp((v - 128) * c / 100 + v, 16, hi), truncating division
+    void (*brightnessContrast)(uint8_t* row, int n, int brightness, int contrast, int hi);
+};
+
+const AdjustKernels& GetAdjustKernels();
+const AdjustKernels& ReferenceAdjustKernels();
+SimdFillers<AdjustKernels> AdjustSimdFillers();
+
+// The reference maps (256 entries) of one setting.
+const uint8_t* BrightnessMap(int brightness);
+const uint8_t* ContrastMap(int contrast, int hi);
+
+#endif // DATAPROCESS_IMAGEADJUSTKERNELS_H
