@@ -3,6 +3,7 @@
 
 #include "OrvImage.h"
 #include "Watermark.h"
+#include "WatermarkKernels.h"
 
 namespace {
 
@@ -52,7 +53,40 @@ void CompositePlane(const unsigned char* mark, int markPitch, Ipp8u opacity, uns
     }
 }
 
+void BlendLuma_C(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent)
+{
+    for (int c = 0; c < n; ++c) {
+        const int64_t a = ScaledAlpha(alpha, c, percent);
+        // One division of the sum, unlike AddWaterMark.
+        dst[c] = static_cast<unsigned char>((mark[c] * a + dst[c] * (255 - a)) / 255);
+    }
+}
+
+void BlendChroma_C(uint8_t* dstU, uint8_t* dstV, const uint8_t* markU, const uint8_t* markV, const uint8_t* alpha,
+                   int n, int percent)
+{
+    for (int k = 0; k < n; ++k) {
+        const int64_t a = ScaledAlpha(alpha, 2 * static_cast<ptrdiff_t>(k), percent);
+        dstU[k] = static_cast<unsigned char>((markU[k] * a + dstU[k] * (255 - a)) / 255);
+        dstV[k] = static_cast<unsigned char>((markV[k] * a + dstV[k] * (255 - a)) / 255);
+    }
+}
+
+const WatermarkKernels kWatermarkReference = {BlendLuma_C, BlendChroma_C};
+
 } // namespace
+
+#if !DP_HAVE_HIGHWAY
+SimdFillers<WatermarkKernels> WatermarkSimdFillers() { return {}; }
+#endif
+
+const WatermarkKernels& ReferenceWatermarkKernels() { return kWatermarkReference; }
+
+const WatermarkKernels& GetWatermarkKernels()
+{
+    static const KernelLadder<WatermarkKernels> ladder(kWatermarkReference, WatermarkSimdFillers());
+    return ladder.Get();
+}
 
 void AddWaterMark(MEDIA_FRAME* pDst, MEDIA_FRAME* pMark, tagRECT* pRect, int nPercent, int nAlign,
                   unsigned int bUseAlpha)
@@ -157,27 +191,27 @@ void AddWaterMarkEx(MEDIA_FRAME* pDst, MEDIA_FRAME* pMark, int x, int y, int cx,
     const ptrdiff_t mPitchY = pMark->nPitchY, mPitchU = pMark->nPitchU, mPitchV = pMark->nPitchV;
 
     if (bUseAlpha) {
+        // Row by row: the luma row, then (on even destination rows) the
+        // chroma samples of its even destination columns, each with the
+        // alpha of its luma position.
+        const WatermarkKernels& k = GetWatermarkKernels();
+        const int64_t c0 = X & 1; // first column with (X + c) even
+        const int nChroma = static_cast<int>((CX - c0 + 1) / 2);
         for (int64_t r = 0; r < CY; ++r) {
             const ptrdiff_t markRow = static_cast<ptrdiff_t>((YS + r) * mPitchY + XS);
-            unsigned char* dstY = pDst->pY + static_cast<ptrdiff_t>((Y + r) * dPitchY + X);
-            const bool evenRow = ((Y + r) & 1) == 0;
-            for (int64_t c = 0; c < CX; ++c) {
-                const int64_t a = ScaledAlpha(pMark->pAlpha, markRow + c, nPercent);
-                // One division of the sum, unlike AddWaterMark.
-                dstY[c] = static_cast<unsigned char>((pMark->pY[markRow + c] * a + dstY[c] * (255 - a)) / 255);
-                if (evenRow && ((X + c) & 1) == 0) {
-                    const int64_t mRow = (r + YS) / 2, mCol = (XS + c) / 2;
-                    const int64_t dRow = (r + Y) / 2, dCol = (X + c) / 2;
-                    unsigned char& u = pDst->pU[dRow * dPitchU + dCol];
-                    unsigned char& v = pDst->pV[dRow * dPitchV + dCol];
-                    u = static_cast<unsigned char>((pMark->pU[mRow * mPitchU + mCol] * a + u * (255 - a)) / 255);
-                    v = static_cast<unsigned char>((pMark->pV[mRow * mPitchV + mCol] * a + v * (255 - a)) / 255);
-                }
+            const unsigned char* alpha = pMark->pAlpha ? pMark->pAlpha + markRow : nullptr;
+            k.blendLuma(pDst->pY + static_cast<ptrdiff_t>((Y + r) * dPitchY + X), pMark->pY + markRow, alpha,
+                        static_cast<int>(CX), nPercent);
+            if (((Y + r) & 1) == 0 && nChroma > 0) {
+                const int64_t mRow = (r + YS) / 2, mCol = (XS + c0) / 2;
+                const int64_t dRow = (r + Y) / 2, dCol = (X + c0) / 2;
+                k.blendChroma(pDst->pU + dRow * dPitchU + dCol, pDst->pV + dRow * dPitchV + dCol,
+                              pMark->pU + mRow * mPitchU + mCol, pMark->pV + mRow * mPitchV + mCol,
+                              alpha ? alpha + c0 : nullptr, nChroma, nPercent);
             }
         }
         return;
     }
-
     // One constant opacity for the whole rectangle. The watermark planes are
     // read from their top-left corner: xSrc and ySrc are not applied here
     // (kept deliberately).

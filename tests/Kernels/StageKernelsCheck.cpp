@@ -1,0 +1,55 @@
+// The video stage's twins against their references: the alpha watermark
+// blend through AddWaterMarkEx (clipped and odd placements, with and without
+// an alpha plane, opacities in and out of 0..100).
+#include "DataProcess.h"
+#include "KernelCheck.h"
+
+namespace {
+
+using FramePtr = std::unique_ptr<MEDIA_FRAME, void (*)(MEDIA_FRAME*)>;
+
+FramePtr RandomFrame(int w, int h, bool alpha, std::mt19937& rng)
+{
+    FramePtr f(CreateYV12Frame(w, h, alpha ? 1 : 0, 1), ReleaseYV12Frame);
+    const size_t bytes = static_cast<size_t>(f->nPitchY) * h * (alpha ? 2 : 1) + size_t(f->nPitchU) * ((h + 1) / 2) * 2;
+    // Y, V, U and alpha lie in one block from the lowest plane pointer on.
+    uint8_t* base = std::min({f->pY, f->pU, f->pV});
+    for (size_t i = 0; i < bytes; ++i)
+        base[i] = static_cast<uint8_t>(rng() >> 24);
+    return f;
+}
+
+TEST(StageKernelsCheck, AlphaWatermarkEqualsReference)
+{
+    std::mt19937 rng(61);
+    const struct {
+        int x, y, cx, cy, xs, ys;
+    } places[] = {{0, 0, -1, -1, 0, 0}, {3, 5, 70, 33, 0, 0}, {-9, -4, 100, 100, 2, 1}, {40, 21, 67, 19, 5, 7},
+                  {77, 41, 50, 50, 0, 0}, {1, 1, 1, 1, 0, 0}, {2, 0, 2, 3, 1, 0}};
+    for (bool alpha : {true, false}) {
+        const FramePtr mark = RandomFrame(73, 45, alpha, rng);
+        for (const auto& p : places) {
+            for (int percent : {100, 37, 0, 150, -5}) {
+                const FramePtr dst = RandomFrame(97, 49, false, rng);
+                const size_t lumaBytes = size_t(dst->nPitchY) * 49, chromaBytes = size_t(dst->nPitchU) * 25;
+                std::vector<uint8_t> y0(dst->pY, dst->pY + lumaBytes), u0(dst->pU, dst->pU + chromaBytes),
+                    v0(dst->pV, dst->pV + chromaBytes);
+                EdgeBuffer out(lumaBytes + 2 * chromaBytes);
+                ExpectSameAtEveryLevel(out, "watermark at " + std::to_string(p.x) + "," + std::to_string(p.y) +
+                                                " percent " + std::to_string(percent) + (alpha ? " alpha" : ""),
+                                       [&] {
+                                           std::copy(y0.begin(), y0.end(), dst->pY);
+                                           std::copy(u0.begin(), u0.end(), dst->pU);
+                                           std::copy(v0.begin(), v0.end(), dst->pV);
+                                           AddWaterMarkEx(dst.get(), mark.get(), p.x, p.y, p.cx, p.cy, p.xs, p.ys,
+                                                          percent, 1);
+                                           std::copy(dst->pY, dst->pY + lumaBytes, out.data());
+                                           std::copy(dst->pU, dst->pU + chromaBytes, out.data() + lumaBytes);
+                                           std::copy(dst->pV, dst->pV + chromaBytes, out.data() + lumaBytes + chromaBytes);
+                                       });
+            }
+        }
+    }
+}
+
+} // namespace
