@@ -25,12 +25,12 @@ TEST(StageKernelsCheck, AlphaWatermarkEqualsReference)
     const struct {
         int x, y, cx, cy, xs, ys;
     } places[] = {{0, 0, -1, -1, 0, 0}, {3, 5, 70, 33, 0, 0}, {-9, -4, 100, 100, 2, 1}, {40, 21, 67, 19, 5, 7},
-                  {77, 41, 50, 50, 0, 0}, {1, 1, 1, 1, 0, 0}, {2, 0, 2, 3, 1, 0}};
+                  {77, 41, 50, 50, 0, 0}, {1, 1, 1, 1, 0, 0}, {2, 0, 2, 3, 1, 0}, {0, 2, 128, 8, 0, 0}, {6, 0, 64, 4, 3, 0}};
     for (bool alpha : {true, false}) {
-        const FramePtr mark = RandomFrame(73, 45, alpha, rng);
+        const FramePtr mark = RandomFrame(133, 45, alpha, rng);
         for (const auto& p : places) {
             for (int percent : {100, 37, 0, 150, -5}) {
-                const FramePtr dst = RandomFrame(97, 49, false, rng);
+                const FramePtr dst = RandomFrame(197, 49, false, rng);
                 const size_t lumaBytes = size_t(dst->nPitchY) * 49, chromaBytes = size_t(dst->nPitchU) * 25;
                 std::vector<uint8_t> y0(dst->pY, dst->pY + lumaBytes), u0(dst->pU, dst->pU + chromaBytes),
                     v0(dst->pV, dst->pV + chromaBytes);

@@ -80,11 +80,17 @@ void BlendChroma(uint8_t* dstU, uint8_t* dstV, const uint8_t* markU, const uint8
     const V16 opaque = Scaled(hn::Set(d, 255), p);
     int k = 0;
     // The alpha of sample k is byte 2k: the low byte of 16-bit lane k. A
-    // step reads alpha bytes up to 2k + 2 lanes - 1, which must lie in the
-    // row (alpha has 2n - 1 bytes at least).
-    for (; 2 * (k + lanes) <= 2 * n - 1; k += lanes) {
-        const V16 a = alpha ? Scaled(hn::And(hn::BitCast(d, hn::LoadU(dbytes, alpha + 2 * k)), hn::Set(d, 0xFF)), p)
-                            : opaque;
+    // step reads alpha bytes 2k .. 2k + 2 lanes - 1; the row's alpha ends at
+    // byte 2n - 2, so a last step that would read past it reads from one
+    // byte earlier and takes the high bytes instead.
+    for (; k + lanes <= n; k += lanes) {
+        V16 a = opaque;
+        if (alpha && 2 * (k + lanes) <= 2 * n - 1)
+            a = Scaled(hn::And(hn::BitCast(d, hn::LoadU(dbytes, alpha + 2 * k)), hn::Set(d, 0xFF)), p);
+        else if (alpha && k > 0)
+            a = Scaled(hn::ShiftRight<8>(hn::BitCast(d, hn::LoadU(dbytes, alpha + 2 * k - 1))), p);
+        else if (alpha)
+            break;
         Store8(Blend(Load8(markU + k), Load8(dstU + k), a), dstU + k);
         Store8(Blend(Load8(markV + k), Load8(dstV + k), a), dstV + k);
     }
