@@ -42,6 +42,109 @@ void AlphaOverRow(uint8_t* dst, const uint8_t* a, const uint8_t* b, int n, int m
         ReferenceBlendKernels().alphaOverRow(dst + i, a + i, b + i, n - static_cast<int>(i), m1, m2);
 }
 
+// ---- separable resize rows ----
+//
+// A block of N destination pixels (N 32-bit lanes) whose source columns all
+// lie within 2N columns of its first one loads those 2N columns of each
+// source row once and picks the columns with in-register table lookups
+// (hardware gathers are slower than scalar loads on the CPUs this runs on).
+// Blocks that reach further, or past the last column the row reads, and the
+// last partial block go through the reference. The linear formula in 32-bit
+// lanes is the reference's: vertical sums at most 255 * 256, the final sum
+// below 2^24.
+
+using DU32 = hn::ScalableTag<uint32_t>;
+using DI32 = hn::RebindToSigned<DU32>;
+using VU32 = hn::Vec<DU32>;
+using VI32 = hn::Vec<DI32>;
+
+// Columns idx (0 .. 2N - 1) of the 2N values lo (first N) and hi (next N).
+HWY_INLINE VU32 Pick(VU32 lo, VU32 hi, VI32 idx)
+{
+    const DU32 du;
+    const DI32 di;
+    const VI32 n = hn::Set(di, static_cast<int32_t>(hn::Lanes(du)));
+    const auto inLo = hn::Lt(idx, n);
+    const auto i = hn::IndicesFromVec(du, hn::IfThenElse(inLo, idx, hn::Sub(idx, n)));
+    return hn::IfThenElse(hn::RebindMask(du, inLo), hn::TableLookupLanes(lo, i), hn::TableLookupLanes(hi, i));
+}
+
+// Two vectors of 2N source bytes from p, widened.
+HWY_INLINE void Load2N(const uint8_t* p, VU32* lo, VU32* hi)
+{
+    const DU32 du;
+    const hn::Rebind<uint8_t, DU32> d8;
+    *lo = hn::PromoteTo(du, hn::LoadU(d8, p));
+    *hi = hn::PromoteTo(du, hn::LoadU(d8, p + hn::Lanes(du)));
+}
+
+// True when every index of the block lies in 0 .. 2N - 1.
+HWY_INLINE bool Within(VI32 idx)
+{
+    const DI32 di;
+    const VI32 top = hn::Set(di, static_cast<int32_t>(2 * hn::Lanes(di)));
+    return hn::AllTrue(di, hn::And(hn::Gt(idx, hn::Set(di, -1)), hn::Lt(idx, top)));
+}
+
+void LinearRow(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int g, const int32_t* x0, const int32_t* x1,
+               const uint8_t* f, int n)
+{
+    const DU32 du;
+    const DI32 di;
+    const hn::Rebind<uint8_t, DU32> d8;
+    const int lanes = static_cast<int>(hn::Lanes(du));
+    const GeometryKernels& ref = ReferenceGeometryKernels();
+    const int32_t lastRead = n > 0 ? x1[n - 1] : 0; // the columns only grow along a row
+    const VU32 wg = hn::Set(du, static_cast<uint32_t>(g)), wg0 = hn::Set(du, static_cast<uint32_t>(256 - g));
+    const VU32 k256 = hn::Set(du, 256), round = hn::Set(du, 32768);
+    int i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const int32_t base = x0[i];
+        const VI32 i0 = hn::Sub(hn::LoadU(di, x0 + i), hn::Set(di, base));
+        const VI32 i1 = hn::Sub(hn::LoadU(di, x1 + i), hn::Set(di, base));
+        if (base < 0 || base + 2 * lanes - 1 > lastRead || !Within(i0) || !Within(i1)) {
+            ref.linearRow(dst + i, row0, row1, g, x0 + i, x1 + i, f + i, lanes);
+            continue;
+        }
+        VU32 a0, a1, b0, b1;
+        Load2N(row0 + base, &a0, &a1);
+        Load2N(row1 + base, &b0, &b1);
+        // Vertical sums first, as the formula has them.
+        const VU32 clo = hn::Add(hn::Mul(a0, wg0), hn::Mul(b0, wg));
+        const VU32 chi = hn::Add(hn::Mul(a1, wg0), hn::Mul(b1, wg));
+        const VU32 c0 = Pick(clo, chi, i0), c1 = Pick(clo, chi, i1);
+        const VU32 fx = hn::PromoteTo(du, hn::LoadU(d8, f + i));
+        const VU32 sum = hn::Add(hn::Add(hn::Mul(c0, hn::Sub(k256, fx)), hn::Mul(c1, fx)), round);
+        hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<16>(sum))), d8, dst + i);
+    }
+    if (i < n)
+        ref.linearRow(dst + i, row0, row1, g, x0 + i, x1 + i, f + i, n - i);
+}
+
+void NearestRow(uint8_t* dst, const uint8_t* src, const int32_t* xi, int n)
+{
+    const DU32 du;
+    const DI32 di;
+    const hn::Rebind<uint8_t, DU32> d8;
+    const int lanes = static_cast<int>(hn::Lanes(du));
+    const GeometryKernels& ref = ReferenceGeometryKernels();
+    const int32_t lastRead = n > 0 ? xi[n - 1] : 0;
+    int i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const int32_t base = xi[i];
+        const VI32 idx = hn::Sub(hn::LoadU(di, xi + i), hn::Set(di, base));
+        if (base < 0 || base + 2 * lanes - 1 > lastRead || !Within(idx)) {
+            ref.nearestRow(dst + i, src, xi + i, lanes);
+            continue;
+        }
+        VU32 lo, hi;
+        Load2N(src + base, &lo, &hi);
+        hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, Pick(lo, hi, idx))), d8, dst + i);
+    }
+    if (i < n)
+        ref.nearestRow(dst + i, src, xi + i, n - i);
+}
+
 // ---- exact quarter turns ----
 
 // Transposes an 8 x 8 byte block: rows r[0..7] (the low 8 bytes of each
@@ -132,6 +235,8 @@ void FillGeometry(GeometryKernels& t)
 {
 #if DP_SIMD_TARGET_USED
     t.quarterTurn = QuarterTurn;
+    t.linearRow = LinearRow;
+    t.nearestRow = NearestRow;
 #else
     (void)t;
 #endif
