@@ -6,6 +6,8 @@
 #include <hwy/foreach_target.h> // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include <algorithm>
+
 #include "OrvKernels.h"
 #include "SimdTargets.h"
 
@@ -95,26 +97,31 @@ void LinearRow(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int g, co
     const int lanes = static_cast<int>(hn::Lanes(du));
     const GeometryKernels& ref = ReferenceGeometryKernels();
     const int32_t lastRead = n > 0 ? x1[n - 1] : 0; // the columns only grow along a row
-    const VU32 wg = hn::Set(du, static_cast<uint32_t>(g)), wg0 = hn::Set(du, static_cast<uint32_t>(256 - g));
-    const VU32 k256 = hn::Set(du, 256), round = hn::Set(du, 32768);
+    const VU32 round = hn::Set(du, 32768);
     int i = 0;
     for (; i + lanes <= n; i += lanes) {
-        const int32_t base = x0[i];
+        // The window ends at the last column the row reads at the latest.
+        const int32_t base = std::min(x0[i], lastRead - 2 * lanes + 1);
         const VI32 i0 = hn::Sub(hn::LoadU(di, x0 + i), hn::Set(di, base));
         const VI32 i1 = hn::Sub(hn::LoadU(di, x1 + i), hn::Set(di, base));
-        if (base < 0 || base + 2 * lanes - 1 > lastRead || !Within(i0) || !Within(i1)) {
+        if (base < 0 || !Within(i0) || !Within(i1)) {
             ref.linearRow(dst + i, row0, row1, g, x0 + i, x1 + i, f + i, lanes);
             continue;
         }
-        VU32 a0, a1, b0, b1;
-        Load2N(row0 + base, &a0, &a1);
-        Load2N(row1 + base, &b0, &b1);
-        // Vertical sums first, as the formula has them.
-        const VU32 clo = hn::Add(hn::Mul(a0, wg0), hn::Mul(b0, wg));
-        const VU32 chi = hn::Add(hn::Mul(a1, wg0), hn::Mul(b1, wg));
+        // Vertical sums first, as the formula has them, in 16-bit lanes
+        // (at most 255 * 256), then widened for the lookups.
+        const hn::Repartition<uint16_t, DU32> d16;
+        const hn::Rebind<uint8_t, decltype(d16)> d8x2;
+        const auto v0 = hn::PromoteTo(d16, hn::LoadU(d8x2, row0 + base));
+        const auto v1 = hn::PromoteTo(d16, hn::LoadU(d8x2, row1 + base));
+        const auto c = hn::Add(hn::Mul(v0, hn::Set(d16, static_cast<uint16_t>(256 - g))),
+                               hn::Mul(v1, hn::Set(d16, static_cast<uint16_t>(g))));
+        const VU32 clo = hn::PromoteTo(du, hn::LowerHalf(c)), chi = hn::PromoteTo(du, hn::UpperHalf(hn::Half<decltype(d16)>(), c));
         const VU32 c0 = Pick(clo, chi, i0), c1 = Pick(clo, chi, i1);
         const VU32 fx = hn::PromoteTo(du, hn::LoadU(d8, f + i));
-        const VU32 sum = hn::Add(hn::Add(hn::Mul(c0, hn::Sub(k256, fx)), hn::Mul(c1, fx)), round);
+        // c0 (256 - f) + c1 f = 256 c0 + (c1 - c0) f: the same integer, formed
+        // modulo 2^32 (the true value lies in 0 .. 2^24).
+        const VU32 sum = hn::Add(hn::Add(hn::ShiftLeft<8>(c0), hn::Mul(hn::Sub(c1, c0), fx)), round);
         hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<16>(sum))), d8, dst + i);
     }
     if (i < n)
@@ -131,9 +138,9 @@ void NearestRow(uint8_t* dst, const uint8_t* src, const int32_t* xi, int n)
     const int32_t lastRead = n > 0 ? xi[n - 1] : 0;
     int i = 0;
     for (; i + lanes <= n; i += lanes) {
-        const int32_t base = xi[i];
+        const int32_t base = std::min(xi[i], lastRead - 2 * lanes + 1);
         const VI32 idx = hn::Sub(hn::LoadU(di, xi + i), hn::Set(di, base));
-        if (base < 0 || base + 2 * lanes - 1 > lastRead || !Within(idx)) {
+        if (base < 0 || !Within(idx)) {
             ref.nearestRow(dst + i, src, xi + i, lanes);
             continue;
         }
