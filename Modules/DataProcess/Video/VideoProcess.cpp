@@ -36,6 +36,24 @@ void FillPlane(unsigned char* plane, int pitch, int width, int rows, unsigned ch
         std::memset(plane + static_cast<ptrdiff_t>(r) * pitch, value, static_cast<size_t>(width));
 }
 
+// A cleared work frame of width x height in `slot` (black, as a new frame
+// is): the frame already there when its size matches, else a new one. The
+// turn's work frames live from frame to frame this way instead of being
+// made and released for every picture.
+MEDIA_FRAME* FreshFrame(MEDIA_FRAME*& slot, int width, int height)
+{
+    if (slot && (slot->nWidth != width || slot->nHeight != height)) {
+        ReleaseYV12Frame(slot);
+        slot = nullptr;
+    }
+    if (!slot)
+        return slot = CreateYV12Frame(width, height, 0, 1);
+    FillPlane(slot->pY, slot->nPitchY, width, height, 16);
+    FillPlane(slot->pV, slot->nPitchV, (width + 1) / 2, (height + 1) / 2, 128);
+    FillPlane(slot->pU, slot->nPitchU, (width + 1) / 2, (height + 1) / 2, 128);
+    return slot;
+}
+
 // True when `inner` (a frame of the given size and pitches) can be read as a
 // picture of width x height: guards the plain copies against host frames
 // smaller than their description.
@@ -102,6 +120,8 @@ VideoProcess::VideoProcess(VideoDecoder* decoder, const RESIZE_PARAM* resize, do
 
 VideoProcess::~VideoProcess()
 {
+    ReleaseYV12Frame(m_pTurnSource);
+    ReleaseYV12Frame(m_pTurnFrame);
     ReleaseYV12Frame(m_pOutFrame);
     ReleaseYV12Frame(m_pDeintFrame);
     ReleaseYV12Frame(m_pWorkFrame);
@@ -421,7 +441,6 @@ void VideoProcess::ScaleIntoOutFrame(bool cropPath) const
         if (deint && turned)
             DeinterlaceImage(turned, static_cast<DEINTERLACE_STYLE>(deinterlace));
         ImageResizeYUV(param, turned, m_DstParam, out, interpolation, rotation);
-        ReleaseYV12Frame(turned);
         return;
     }
     if (!deint) {
@@ -449,14 +468,10 @@ MEDIA_FRAME* VideoProcess::CreateRotateFrame(const IMG_PARAM& src, const MEDIA_F
 {
     if (!m_pOutFrame || !frame)
         return nullptr;
-    MEDIA_FRAME* tmp = CreateYV12Frame(cx, cy, 0, 1);
-    if (!tmp)
+    MEDIA_FRAME* tmp = FreshFrame(m_pTurnSource, cx, cy);
+    MEDIA_FRAME* rot = FreshFrame(m_pTurnFrame, cy, cx);
+    if (!tmp || !rot)
         return nullptr;
-    MEDIA_FRAME* rot = CreateYV12Frame(cy, cx, 0, 1);
-    if (!rot) {
-        ReleaseYV12Frame(tmp);
-        return nullptr;
-    }
     const IMAGE_INTERPOLATION interpolation = static_cast<IMAGE_INTERPOLATION>(Interpolation());
     const int32_t rotation = m_nRotation.load(kRelaxed);
 
@@ -467,8 +482,6 @@ MEDIA_FRAME* VideoProcess::CreateRotateFrame(const IMG_PARAM& src, const MEDIA_F
 
     IMG_PARAM turned = {rot->pY, cy, cx, cy, 8, 0, 0, cy, cx};
     ImageRotateYUV(whole, tmp, turned, rot, interpolation, rotation);
-
-    ReleaseYV12Frame(tmp);
     return rot;
 }
 

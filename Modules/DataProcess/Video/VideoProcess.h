@@ -202,6 +202,10 @@ private:
     // the crop: kept alive until the next GetFrame, so that the frame last
     // handed to the host stays valid while another thread changes the crop.
     mutable MEDIA_FRAME* m_pRetiredFrame;
+    // Work frames of a quarter turn (the dragged source and the turned
+    // picture), kept from frame to frame while their sizes stay.
+    mutable MEDIA_FRAME* m_pTurnSource = nullptr;
+    mutable MEDIA_FRAME* m_pTurnFrame = nullptr;
 };
 
 #endif // DATAPROCESS_VIDEOPROCESS_H
