@@ -45,13 +45,26 @@ HWY_INLINE void StoreRow(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
     const V8 b = Narrow(hn::ShiftRight<13>(hn::Add(bv, y9)));
     const V8 g = Narrow(hn::ShiftRight<13>(hn::Add(gv, y9)));
     const V8 r = Narrow(hn::ShiftRight<13>(hn::Add(rv, y9)));
-    if (Bpp == 3) {
-        hn::StoreInterleaved3(b, g, r, d8, dst);
-    } else {
-        V8 ob, og, orr, a;
-        hn::LoadInterleaved4(d8, dst, ob, og, orr, a); // the fourth byte stays as it was
-        hn::StoreInterleaved4(b, g, r, Alpha255 ? hn::Set(d8, 255) : a, d8, dst);
-    }
+    hn::StoreInterleaved3(b, g, r, d8, dst);
+}
+
+// 32-bit pixels are formed whole in 32-bit lanes: blue | green << 8 |
+// red << 16 | the fourth byte (255, or the byte the pixel held).
+template <bool Alpha255>
+HWY_INLINE void StoreRow32(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
+{
+    const DI di;
+    const hn::RebindToUnsigned<DI> du;
+    const hn::Repartition<uint8_t, DI> dbytes;
+    const VI y9 = hn::Mul(Widen(hn::LoadU(D8(), y)), K(9536));
+    const VI lo = K(0), hi = K(255);
+    const VI b = hn::Min(hn::Max(hn::ShiftRight<13>(hn::Add(bv, y9)), lo), hi);
+    const VI g = hn::Min(hn::Max(hn::ShiftRight<13>(hn::Add(gv, y9)), lo), hi);
+    const VI r = hn::Min(hn::Max(hn::ShiftRight<13>(hn::Add(rv, y9)), lo), hi);
+    const auto bgr = hn::BitCast(du, hn::Or(hn::Or(b, hn::ShiftLeft<8>(g)), hn::ShiftLeft<16>(r)));
+    const auto fourth = Alpha255 ? hn::Set(du, 0xFF000000u)
+                                 : hn::And(hn::BitCast(du, hn::LoadU(dbytes, dst)), hn::Set(du, 0xFF000000u));
+    hn::StoreU(hn::BitCast(dbytes, hn::Or(bgr, fourth)), dbytes, dst);
 }
 
 template <int Bpp, bool Alpha255>
@@ -71,8 +84,13 @@ void I420ToRgbRow2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const
         const VI rv = hn::Sub(hn::Mul(V, K(13074)), K(1826095));
         const VI gv = hn::Add(hn::Sub(hn::Mul(U, K(-3203)), hn::Mul(V, K(6660))), K(1109918));
         const VI bv = hn::Sub(hn::Mul(U, K(16532)), K(2268594));
-        StoreRow<Bpp, Alpha255>(y0 + 2 * i, dst0 + 2 * i * Bpp, rv, gv, bv);
-        StoreRow<Bpp, Alpha255>(y1 + 2 * i, dst1 + 2 * i * Bpp, rv, gv, bv);
+        if (Bpp == 3) {
+            StoreRow<Bpp, Alpha255>(y0 + 2 * i, dst0 + 2 * i * Bpp, rv, gv, bv);
+            StoreRow<Bpp, Alpha255>(y1 + 2 * i, dst1 + 2 * i * Bpp, rv, gv, bv);
+        } else {
+            StoreRow32<Alpha255>(y0 + 2 * i, dst0 + 2 * i * Bpp, rv, gv, bv);
+            StoreRow32<Alpha255>(y1 + 2 * i, dst1 + 2 * i * Bpp, rv, gv, bv);
+        }
     }
     if (i < pairs) {
         const ConvertKernels& ref = ReferenceConvertKernels();
@@ -93,12 +111,19 @@ template <int Bpp>
 HWY_INLINE Rgb LoadPixels(const uint8_t* src)
 {
     const D8 d8;
-    V8 b, g, r, a = hn::Zero(d8);
-    if (Bpp == 3)
-        hn::LoadInterleaved3(d8, src, b, g, r);
-    else
-        hn::LoadInterleaved4(d8, src, b, g, r, a);
-    return Rgb{Widen(r), Widen(g), Widen(b), a};
+    if (Bpp == 4) {
+        // Whole pixels in 32-bit lanes, the bytes taken apart by shifts.
+        const DI di;
+        const hn::Repartition<uint8_t, DI> dbytes;
+        const VI p = hn::BitCast(di, hn::LoadU(dbytes, src));
+        const VI m = K(255);
+        const hn::RebindToUnsigned<DI> du;
+        const V8 a = hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<24>(hn::BitCast(du, p))));
+        return Rgb{hn::And(hn::ShiftRight<16>(p), m), hn::And(hn::ShiftRight<8>(p), m), hn::And(p, m), a};
+    }
+    V8 b, g, r;
+    hn::LoadInterleaved3(d8, src, b, g, r);
+    return Rgb{Widen(r), Widen(g), Widen(b), hn::Zero(d8)};
 }
 
 // Y = ((8258 G + 4211 R + 1606 B) >> 14) + 16.
