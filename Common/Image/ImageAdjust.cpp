@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 namespace {
 
@@ -25,16 +26,6 @@ struct LutFamily {
     }
     uint8_t map[N][256];
 };
-
-// v = map[v] over `rows` rows of `width` samples, `pitch` bytes apart.
-void ApplyLut(uint8_t* plane, int pitch, int width, int rows, const uint8_t* map)
-{
-    for (int r = 0; r < rows; ++r) {
-        uint8_t* row = plane + static_cast<ptrdiff_t>(r) * pitch;
-        for (int x = 0; x < width; ++x)
-            row[x] = map[row[x]];
-    }
-}
 
 // The tables are function-local statics: built on first use, once per
 // process, and safe to reach from several threads at once.
@@ -78,7 +69,46 @@ void BrightnessContrast_C(uint8_t* row, int n, int brightness, int contrast, int
     }
 }
 
-const AdjustKernels kAdjustReference = {BrightnessContrast_C};
+void Saturation_C(uint8_t* row, int n, int index)
+{
+    const uint8_t* map = SaturationMap(index);
+    for (int x = 0; x < n; ++x)
+        row[x] = map[row[x]];
+}
+
+// Entry [v][n] = clamp(v - n + 128, 16, 235), built once on first use.
+struct EmbossTable {
+    EmbossTable()
+    {
+        for (int v = 0; v < 256; ++v)
+            for (int n = 0; n < 256; ++n) {
+                const int e = v - n + 128;
+                map[v][n] = static_cast<unsigned char>(e < 16 ? 16 : (e > 235 ? 235 : e));
+            }
+    }
+    unsigned char map[256][256];
+};
+
+void Emboss_C(uint8_t* y, size_t n, size_t step)
+{
+    static const EmbossTable table;
+    for (size_t i = 0; i < n; ++i)
+        y[i] = table.map[y[i]][y[i + step]];
+}
+
+void Threshold_C(uint8_t* y, size_t n, uint8_t low, uint8_t high)
+{
+    for (size_t i = 0; i < n; ++i)
+        y[i] = y[i] < 129 ? low : high;
+}
+
+void AverageRows_C(const uint8_t* a, const uint8_t* b, uint8_t* dst, int n)
+{
+    for (int x = 0; x < n; ++x)
+        dst[x] = static_cast<uint8_t>((a[x] + b[x]) >> 1);
+}
+
+const AdjustKernels kAdjustReference = {BrightnessContrast_C, Saturation_C, Emboss_C, Threshold_C, AverageRows_C};
 
 // Brightness and/or contrast over a plane through the row kernel.
 void AdjustPlane(uint8_t* plane, int pitch, int width, int rows, int brightness, int contrast, int hi)
@@ -96,6 +126,8 @@ const uint8_t* ContrastMap(int contrast, int hi)
 {
     return (hi == 240 ? ContrastTable<240>() : ContrastTable<235>()).map[ClampSetting(contrast) + 100];
 }
+
+const uint8_t* SaturationMap(int index) { return SaturationTable().map[index < 200 ? 200 : (index > 600 ? 600 : index)]; }
 
 #if !DP_HAVE_HIGHWAY
 SimdFillers<AdjustKernels> AdjustSimdFillers() { return {}; }
@@ -140,12 +172,12 @@ void AdjustSaturation(unsigned char*, unsigned char* pU, unsigned char* pV, int,
     const int index = n > 0 ? 300 + 3 * n : 300 + n;
     const int cw = (nWidth + 1) / 2;
     const int ch = (nHeight + 1) / 2;
-    const uint8_t* map = SaturationTable().map[index];
+    const AdjustKernels& k = GetAdjustKernels();
     // Kept deliberately: V is walked with the U pitch, as U is.
-    if (Usable(pU, cw, ch))
-        ApplyLut(pU, nPitchU, cw, ch, map);
-    if (Usable(pV, cw, ch))
-        ApplyLut(pV, nPitchU, cw, ch, map);
+    for (unsigned char* plane : {pU, pV})
+        if (Usable(plane, cw, ch))
+            for (int r = 0; r < ch; ++r)
+                k.saturation(plane + static_cast<ptrdiff_t>(r) * nPitchU, cw, index);
 }
 
 void AdjustImage(unsigned char* pY, unsigned char* pU, unsigned char* pV, int nPitchY, int nPitchU, int nPitchV,

@@ -10,6 +10,7 @@
 #include "KernelDispatch.h"
 
 #include <climits>
+#include <cstddef>
 
 constexpr int kNoAdjustStep = INT_MIN;
 
@@ -22,6 +23,16 @@ struct AdjustKernels {
     //   brightness: clamp(v + b, 16, 235)
     //   contrast:   clamp((v - 128) * c / 100 + v, 16, hi), truncating division
     void (*brightnessContrast)(uint8_t* row, int n, int brightness, int contrast, int hi);
+    // The saturation map of index `index` (200..600; factor index - 300):
+    //   clamp((v - 128) * (index - 300) / 100 + v, 16, 240), truncating division
+    void (*saturation)(uint8_t* row, int n, int index);
+    // Emboss of n luma samples: y[i] = clamp(y[i] - y[i + step] + 128, 16, 235),
+    // in increasing order (a neighbour is read before it is rewritten).
+    void (*emboss)(uint8_t* y, std::size_t n, std::size_t step);
+    // Luma below 129 becomes `low`, the rest `high`.
+    void (*threshold)(uint8_t* y, std::size_t n, uint8_t low, uint8_t high);
+    // dst = (a + b) >> 1 per sample (deinterlacing by blending).
+    void (*averageRows)(const uint8_t* a, const uint8_t* b, uint8_t* dst, int n);
 };
 
 const AdjustKernels& GetAdjustKernels();
@@ -31,5 +42,6 @@ SimdFillers<AdjustKernels> AdjustSimdFillers();
 // The reference maps (256 entries) of one setting.
 const uint8_t* BrightnessMap(int brightness);
 const uint8_t* ContrastMap(int contrast, int hi);
+const uint8_t* SaturationMap(int index);
 
 #endif // DATAPROCESS_IMAGEADJUSTKERNELS_H

@@ -1,6 +1,7 @@
 #include "ImageDeinterlace.h"
 
 #include "FramePlanes.h"
+#include "ImageAdjustKernels.h"
 
 #include <cstddef>
 #include <cstring>
@@ -15,8 +16,7 @@ void CopyRow(const unsigned char* src, unsigned char* dst, int width)
 // dst = (a + b) >> 1 per sample, truncating.
 void AverageRows(const unsigned char* a, const unsigned char* b, unsigned char* dst, int width)
 {
-    for (int x = 0; x < width; ++x)
-        dst[x] = static_cast<unsigned char>((a[x] + b[x]) >> 1);
+    GetAdjustKernels().averageRows(a, b, dst, width);
 }
 
 void DeinterlacePlane(unsigned char* plane, int width, int rows, int style)

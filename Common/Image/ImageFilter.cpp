@@ -1,6 +1,7 @@
 #include "ImageFilter.h"
 
 #include "FramePlanes.h"
+#include "ImageAdjustKernels.h"
 #include "OrvImage.h"
 
 #include <climits>
@@ -18,23 +19,8 @@ void FillChroma(const dpimage::FramePlanes& p, unsigned char u, unsigned char v)
 // Luma below 129 becomes `low`, the rest `high`.
 void Threshold(const dpimage::FramePlanes& p, unsigned char low, unsigned char high)
 {
-    const size_t n = static_cast<size_t>(p.w) * static_cast<size_t>(p.h);
-    for (size_t i = 0; i < n; ++i)
-        p.y[i] = p.y[i] < 129 ? low : high;
+    GetAdjustKernels().threshold(p.y, static_cast<size_t>(p.w) * static_cast<size_t>(p.h), low, high);
 }
-
-// Entry [v][n] = clamp(v - n + 128, 16, 235), built once on first use.
-struct EmbossTable {
-    EmbossTable()
-    {
-        for (int v = 0; v < 256; ++v)
-            for (int n = 0; n < 256; ++n) {
-                const int e = v - n + 128;
-                map[v][n] = static_cast<unsigned char>(e < 16 ? 16 : (e > 235 ? 235 : e));
-            }
-    }
-    unsigned char map[256][256];
-};
 
 } // namespace
 
@@ -47,7 +33,6 @@ void FilterGray(MEDIA_FRAME* pFrame)
 
 void FilterEmboss(MEDIA_FRAME* pFrame)
 {
-    static const EmbossTable table;
     dpimage::FramePlanes p;
     if (!dpimage::GetFramePlanes(pFrame, p))
         return;
@@ -68,10 +53,16 @@ void FilterEmboss(MEDIA_FRAME* pFrame)
     // have in the packed layout.
     const bool packed = p.v == p.y + n;
     const size_t inside = n > step ? n - step : 0;
-    for (size_t i = 0; i < inside; ++i)
-        y[i] = table.map[y[i]][y[i + step]];
-    for (size_t i = inside; i < n; ++i)
-        y[i] = table.map[y[i]][packed ? y[i + step] : 128];
+    const AdjustKernels& k = GetAdjustKernels();
+    if (packed) {
+        k.emboss(y, n, step);
+        return;
+    }
+    k.emboss(y, inside, step);
+    for (size_t i = inside; i < n; ++i) {
+        const int e = y[i]; // v - 128 + 128: the neighbour taken as 128
+        y[i] = static_cast<unsigned char>(e < 16 ? 16 : (e > 235 ? 235 : e));
+    }
 }
 
 void FilterBlackWhite(MEDIA_FRAME* pFrame)
