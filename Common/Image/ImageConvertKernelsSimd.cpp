@@ -102,48 +102,72 @@ void I420ToRgbRow2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const
 
 // ---- bitmap to planes ----
 
-struct Rgb {
-    VI r, g, b;
-    V8 a;
+// Pixels as whole 32-bit lanes (blue | green << 8 | red << 16 | fourth << 24).
+// 24-bit pixels are spread to that layout by a byte shuffle inside each
+// 128-bit block, which holds the 16 bytes from its first pixel on (4 bytes
+// more than its 4 pixels: the caller keeps a pixel pair after the step).
+template <int Bpp>
+HWY_INLINE VI LoadPixelWords(const uint8_t* src)
+{
+    const DI di;
+    const hn::Repartition<uint8_t, DI> dbytes;
+    if (Bpp == 4)
+        return hn::BitCast(di, hn::LoadU(dbytes, src));
+    auto bytes = hn::LoadU(dbytes, src); // the 16-byte case: one block
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    {
+        const hn::Full128<uint8_t> d128;
+        const hn::Full256<uint8_t> d256;
+        const auto lo = hn::Combine(d256, hn::LoadU(d128, src + 12), hn::LoadU(d128, src));
+#if HWY_TARGET == HWY_AVX2
+        bytes = lo;
+#else
+        const auto hi = hn::Combine(d256, hn::LoadU(d128, src + 36), hn::LoadU(d128, src + 24));
+        bytes = hn::Combine(dbytes, hi, lo);
+#endif
+    }
+#endif
+    alignas(64) static constexpr uint8_t kSpread[64] = {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80,
+                                                        0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80,
+                                                        0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80,
+                                                        0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80};
+    return hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(dbytes, kSpread)));
+}
+
+// k_g * green + k_r * red + k_b * blue per pixel as pairwise 16-bit
+// products summed into 32 bits: (green, red) and (blue, 0) are the two
+// 16-bit halves of two lanes. Every coefficient and sample fits int16, every
+// sum int32, and sums of integers do not depend on their order.
+struct Weighted {
+    hn::Vec<hn::Repartition<int16_t, DI>> gr, b0;
 };
 
-template <int Bpp>
-HWY_INLINE Rgb LoadPixels(const uint8_t* src)
+HWY_INLINE Weighted Split(VI p)
 {
-    const D8 d8;
-    if (Bpp == 4) {
-        // Whole pixels in 32-bit lanes, the bytes taken apart by shifts.
-        const DI di;
-        const hn::Repartition<uint8_t, DI> dbytes;
-        const VI p = hn::BitCast(di, hn::LoadU(dbytes, src));
-        const VI m = K(255);
-        const hn::RebindToUnsigned<DI> du;
-        const V8 a = hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<24>(hn::BitCast(du, p))));
-        return Rgb{hn::And(hn::ShiftRight<16>(p), m), hn::And(hn::ShiftRight<8>(p), m), hn::And(p, m), a};
-    }
-    V8 b, g, r;
-    hn::LoadInterleaved3(d8, src, b, g, r);
-    return Rgb{Widen(r), Widen(g), Widen(b), hn::Zero(d8)};
+    const hn::Repartition<int16_t, DI> d16;
+    // Green moves to the low half; red stays in the high half.
+    const VI gr = hn::Or(hn::And(hn::ShiftRight<8>(p), K(0xFF)), hn::And(p, K(0xFF0000)));
+    return Weighted{hn::BitCast(d16, gr), hn::BitCast(d16, hn::And(p, K(0xFF)))};
+}
+
+HWY_INLINE VI Dot(const Weighted& w, int16_t kg, int16_t kr, int16_t kb)
+{
+    const DI di;
+    const hn::Repartition<int16_t, DI> d16;
+    const auto cgr = hn::BitCast(d16, K(static_cast<int32_t>(static_cast<uint16_t>(kg)) | (static_cast<int32_t>(kr) * 65536)));
+    const auto cb0 = hn::BitCast(d16, K(static_cast<int32_t>(static_cast<uint16_t>(kb))));
+    VI s1 = hn::Zero(di), s2 = hn::Zero(di);
+    const VI a = hn::RearrangeToOddPlusEven(hn::ReorderWidenMulAccumulate(di, w.gr, cgr, hn::Zero(di), s1), s1);
+    const VI b = hn::RearrangeToOddPlusEven(hn::ReorderWidenMulAccumulate(di, w.b0, cb0, hn::Zero(di), s2), s2);
+    return hn::Add(a, b);
 }
 
 // Y = ((8258 G + 4211 R + 1606 B) >> 14) + 16.
-HWY_INLINE VI Luma(const Rgb& p)
-{
-    return hn::Add(hn::ShiftRight<14>(hn::Add(hn::Add(hn::Mul(p.g, K(8258)), hn::Mul(p.r, K(4211))), hn::Mul(p.b, K(1606)))),
-                   K(16));
-}
+HWY_INLINE VI Luma(const Weighted& w) { return hn::Add(hn::ShiftRight<14>(Dot(w, 8258, 4211, 1606)), K(16)); }
 // U = ((7193 B - (2425 R + 4768 G)) >> 14) + 128.
-HWY_INLINE VI ChromaU(const Rgb& p)
-{
-    return hn::Add(hn::ShiftRight<14>(hn::Sub(hn::Mul(p.b, K(7193)), hn::Add(hn::Mul(p.r, K(2425)), hn::Mul(p.g, K(4768))))),
-                   K(128));
-}
+HWY_INLINE VI ChromaU(const Weighted& w) { return hn::Add(hn::ShiftRight<14>(Dot(w, -4768, -2425, 7193)), K(128)); }
 // V = ((7193 R - (6029 G + 1163 B)) >> 14) + 128.
-HWY_INLINE VI ChromaV(const Rgb& p)
-{
-    return hn::Add(hn::ShiftRight<14>(hn::Sub(hn::Mul(p.r, K(7193)), hn::Add(hn::Mul(p.g, K(6029)), hn::Mul(p.b, K(1163))))),
-                   K(128));
-}
+HWY_INLINE VI ChromaV(const Weighted& w) { return hn::Add(hn::ShiftRight<14>(Dot(w, -6029, 7193, -1163)), K(128)); }
 
 template <int Bpp, bool WithAlpha>
 void RgbToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
@@ -153,16 +177,19 @@ void RgbToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_
     const D8 d8;
     const int n = static_cast<int>(hn::Lanes(d8)); // a step: 2n pixels of each row, n chroma samples
     int i = 0;
-    for (; i + n <= pairs; i += n) {
+    // 24-bit steps read 4 bytes past their pixels: one pair must follow.
+    for (; i + n + (Bpp == 3 ? 1 : 0) <= pairs; i += n) {
         VI su[2], sv[2];
         for (int h = 0; h < 2; ++h) {
             const int x = 2 * i + h * n;
-            const Rgb p0 = LoadPixels<Bpp>(src0 + x * Bpp), p1 = LoadPixels<Bpp>(src1 + x * Bpp);
+            const VI q0 = LoadPixelWords<Bpp>(src0 + x * Bpp), q1 = LoadPixelWords<Bpp>(src1 + x * Bpp);
+            const Weighted p0 = Split(q0), p1 = Split(q1);
             hn::StoreU(Narrow(Luma(p0)), d8, y0 + x);
             hn::StoreU(Narrow(Luma(p1)), d8, y1 + x);
             if (WithAlpha) {
-                hn::StoreU(p0.a, d8, a0 + x);
-                hn::StoreU(p1.a, d8, a1 + x);
+                const hn::RebindToUnsigned<DI> du;
+                hn::StoreU(Narrow(hn::BitCast(di, hn::ShiftRight<24>(hn::BitCast(du, q0)))), d8, a0 + x);
+                hn::StoreU(Narrow(hn::BitCast(di, hn::ShiftRight<24>(hn::BitCast(du, q1)))), d8, a1 + x);
             }
             su[h] = hn::Add(ChromaU(p0), ChromaU(p1));
             sv[h] = hn::Add(ChromaV(p0), ChromaV(p1));
