@@ -36,16 +36,41 @@ HWY_INLINE VI K(int32_t v) { return hn::Set(DI(), v); }
 
 // ---- planes to bitmap ----
 
-// One bitmap row from a Y row and the chroma terms of its pixels.
-template <int Bpp, bool Alpha255>
-HWY_INLINE void StoreRow(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
+// 24-bit pixels: formed whole as below, then each 128-bit block's 4 pixels
+// packed into its first 12 bytes by a byte shuffle and stored block by
+// block, each store 4 bytes longer than its pixels (the next store, or the
+// caller's next pixel pair, writes over them).
+HWY_INLINE void StoreRow24(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
 {
-    const D8 d8;
-    const VI y9 = hn::Mul(Widen(hn::LoadU(d8, y)), K(9536));
-    const V8 b = Narrow(hn::ShiftRight<13>(hn::Add(bv, y9)));
-    const V8 g = Narrow(hn::ShiftRight<13>(hn::Add(gv, y9)));
-    const V8 r = Narrow(hn::ShiftRight<13>(hn::Add(rv, y9)));
-    hn::StoreInterleaved3(b, g, r, d8, dst);
+    const DI di;
+    const hn::Repartition<uint8_t, DI> dbytes;
+    const VI y9 = hn::Mul(Widen(hn::LoadU(D8(), y)), K(9536));
+    const VI lo = K(0), hi = K(255);
+    const VI b = hn::Min(hn::Max(hn::ShiftRight<13>(hn::Add(bv, y9)), lo), hi);
+    const VI g = hn::Min(hn::Max(hn::ShiftRight<13>(hn::Add(gv, y9)), lo), hi);
+    const VI r = hn::Min(hn::Max(hn::ShiftRight<13>(hn::Add(rv, y9)), lo), hi);
+    const VI bgr = hn::Or(hn::Or(b, hn::ShiftLeft<8>(g)), hn::ShiftLeft<16>(r));
+    alignas(64) static constexpr uint8_t kPack[64] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80,
+                                                      0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80,
+                                                      0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80,
+                                                      0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
+    const auto packed = hn::TableLookupBytesOr0(hn::BitCast(dbytes, bgr), hn::Load(dbytes, kPack));
+    const hn::Full128<uint8_t> d128;
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    const hn::Full256<uint8_t> d256;
+#if HWY_TARGET == HWY_AVX3
+    const auto half0 = hn::LowerHalf(d256, packed), half1 = hn::UpperHalf(d256, packed);
+    hn::StoreU(hn::LowerHalf(d128, half0), d128, dst);
+    hn::StoreU(hn::UpperHalf(d128, half0), d128, dst + 12);
+    hn::StoreU(hn::LowerHalf(d128, half1), d128, dst + 24);
+    hn::StoreU(hn::UpperHalf(d128, half1), d128, dst + 36);
+#else
+    hn::StoreU(hn::LowerHalf(d128, packed), d128, dst);
+    hn::StoreU(hn::UpperHalf(d128, packed), d128, dst + 12);
+#endif
+#else
+    hn::StoreU(packed, d128, dst);
+#endif
 }
 
 // 32-bit pixels are formed whole in 32-bit lanes: blue | green << 8 |
@@ -75,8 +100,9 @@ void I420ToRgbRow2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const
     const int n = static_cast<int>(hn::Lanes(d8)); // pixels per step; n / 2 chroma samples
     int i = 0;
     // A step loads n chroma bytes and uses the first n / 2: it runs while all
-    // n lie inside the row.
-    for (; i + n <= pairs; i += n / 2) {
+    // n lie inside the row (and, for 24-bit rows, a pair is left after it:
+    // its stores reach 4 bytes past its pixels).
+    for (; i + n + (Bpp == 3 ? 1 : 0) <= pairs; i += n / 2) {
         // Each chroma sample stands for two pixels: duplicate the bytes.
         const V8 u8 = hn::LoadU(d8, u + i), v8 = hn::LoadU(d8, v + i);
         const VI U = Widen(hn::InterleaveLower(d8, u8, u8)), V = Widen(hn::InterleaveLower(d8, v8, v8));
@@ -85,8 +111,8 @@ void I420ToRgbRow2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const
         const VI gv = hn::Add(hn::Sub(hn::Mul(U, K(-3203)), hn::Mul(V, K(6660))), K(1109918));
         const VI bv = hn::Sub(hn::Mul(U, K(16532)), K(2268594));
         if (Bpp == 3) {
-            StoreRow<Bpp, Alpha255>(y0 + 2 * i, dst0 + 2 * i * Bpp, rv, gv, bv);
-            StoreRow<Bpp, Alpha255>(y1 + 2 * i, dst1 + 2 * i * Bpp, rv, gv, bv);
+            StoreRow24(y0 + 2 * i, dst0 + 2 * i * Bpp, rv, gv, bv);
+            StoreRow24(y1 + 2 * i, dst1 + 2 * i * Bpp, rv, gv, bv);
         } else {
             StoreRow32<Alpha255>(y0 + 2 * i, dst0 + 2 * i * Bpp, rv, gv, bv);
             StoreRow32<Alpha255>(y1 + 2 * i, dst1 + 2 * i * Bpp, rv, gv, bv);
