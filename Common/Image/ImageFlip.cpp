@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <utility>
 
 namespace {
@@ -26,16 +25,21 @@ void MirrorPlane(unsigned char* plane, int width, int rows)
         k.mirrorRow(plane + static_cast<ptrdiff_t>(r) * width, width);
 }
 
-// Exchanges row r with row rows - 1 - r for r < rows / 2 through `tmp`.
-void FlipPlane(unsigned char* plane, int width, int rows, unsigned char* tmp)
+// Exchanges row r with row rows - 1 - r for r < rows / 2, a stack-sized
+// piece at a time (no allocation per frame).
+void FlipPlane(unsigned char* plane, int width, int rows)
 {
+    unsigned char tmp[4096];
     const size_t n = static_cast<size_t>(width);
     for (int r = 0; r < rows / 2; ++r) {
         unsigned char* a = plane + static_cast<ptrdiff_t>(r) * width;
         unsigned char* b = plane + static_cast<ptrdiff_t>(rows - 1 - r) * width;
-        std::memcpy(tmp, a, n);
-        std::memcpy(a, b, n);
-        std::memcpy(b, tmp, n);
+        for (size_t at = 0; at < n; at += sizeof tmp) {
+            const size_t k = n - at < sizeof tmp ? n - at : sizeof tmp;
+            std::memcpy(tmp, a + at, k);
+            std::memcpy(a + at, b + at, k);
+            std::memcpy(b + at, tmp, k);
+        }
     }
 }
 
@@ -68,9 +72,7 @@ void FlipImageVert(MEDIA_FRAME* pFrame)
     dpimage::FramePlanes p;
     if (!dpimage::GetFramePlanes(pFrame, p))
         return;
-    // One row of w bytes serves all three planes (chroma uses its first cw).
-    std::unique_ptr<unsigned char[]> tmp(new unsigned char[static_cast<size_t>(p.w)]);
-    FlipPlane(p.y, p.w, p.h, tmp.get());
-    FlipPlane(p.u, p.cw, p.ch, tmp.get());
-    FlipPlane(p.v, p.cw, p.ch, tmp.get());
+    FlipPlane(p.y, p.w, p.h);
+    FlipPlane(p.u, p.cw, p.ch);
+    FlipPlane(p.v, p.cw, p.ch);
 }
