@@ -235,6 +235,77 @@ void RgbToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_
     }
 }
 
+// ---- packed 4:2:2 (YUY2: Y0 U Y1 V; UYVY: U Y0 V Y1), 16 pixels a step ----
+
+using B16 = hn::Full128<uint8_t>;
+using W8 = hn::Full128<uint16_t>;
+
+void I420ToPackedRow(const uint8_t* y, const uint8_t* u, const uint8_t* v, uint8_t* dst, int pairs, int bYUY2)
+{
+    const B16 d8;
+    const hn::Full64<uint8_t> d8h;
+    int i = 0;
+    for (; i + 8 <= pairs; i += 8) {
+        const auto yy = hn::LoadU(d8, y + 2 * i);
+        const auto uv = hn::InterleaveLower(d8, hn::ZeroExtendVector(d8, hn::LoadU(d8h, u + i)),
+                                            hn::ZeroExtendVector(d8, hn::LoadU(d8h, v + i)));
+        const auto lo = bYUY2 ? hn::InterleaveLower(d8, yy, uv) : hn::InterleaveLower(d8, uv, yy);
+        const auto hi = bYUY2 ? hn::InterleaveUpper(d8, yy, uv) : hn::InterleaveUpper(d8, uv, yy);
+        hn::StoreU(lo, d8, dst + 4 * i);
+        hn::StoreU(hi, d8, dst + 4 * i + 16);
+    }
+    if (i < pairs)
+        ReferenceConvertKernels().i420ToPackedRow(y + 2 * i, u + i, v + i, dst + 4 * i, pairs - i, bYUY2);
+}
+
+void PackedToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
+                      int pairs, int bYUY2)
+{
+    const B16 d8;
+    const W8 d16;
+    const hn::Full64<uint8_t> d8h;
+    const hn::RebindToSigned<W8> di16;
+    int i = 0;
+    // Per 16-bit lane the luma byte and the chroma byte; chroma lanes
+    // alternate U and V. (a + b) >> 1 of two rows' chroma fits 16 bits.
+    for (; i + 8 <= pairs; i += 8) {
+        hn::Vec<W8> w0[2], w1[2];
+        for (int h = 0; h < 2; ++h) {
+            w0[h] = hn::BitCast(d16, hn::LoadU(d8, src0 + 4 * i + 16 * h));
+            w1[h] = hn::BitCast(d16, hn::LoadU(d8, src1 + 4 * i + 16 * h));
+        }
+        const auto lumaOf = [&](hn::Vec<W8> w) { return bYUY2 ? hn::And(w, hn::Set(d16, 0xFF)) : hn::ShiftRight<8>(w); };
+        const auto chromaOf = [&](hn::Vec<W8> w) { return bYUY2 ? hn::ShiftRight<8>(w) : hn::And(w, hn::Set(d16, 0xFF)); };
+        const auto narrow = [&](hn::Vec<W8> lo, hn::Vec<W8> hi) {
+            return hn::Combine(d8, hn::DemoteTo(d8h, hn::BitCast(di16, hi)), hn::DemoteTo(d8h, hn::BitCast(di16, lo)));
+        };
+        hn::StoreU(narrow(lumaOf(w0[0]), lumaOf(w0[1])), d8, y0 + 2 * i);
+        hn::StoreU(narrow(lumaOf(w1[0]), lumaOf(w1[1])), d8, y1 + 2 * i);
+        const auto c0 = hn::ShiftRight<1>(hn::Add(chromaOf(w0[0]), chromaOf(w1[0]))); // U V U V of pairs i..i+3
+        const auto c1 = hn::ShiftRight<1>(hn::Add(chromaOf(w0[1]), chromaOf(w1[1]))); // pairs i+4..i+7
+        const auto us = hn::ConcatEven(d16, c1, c0), vs = hn::ConcatOdd(d16, c1, c0);
+        hn::StoreU(hn::DemoteTo(d8h, hn::BitCast(di16, us)), d8h, u + i);
+        hn::StoreU(hn::DemoteTo(d8h, hn::BitCast(di16, vs)), d8h, v + i);
+    }
+    if (i < pairs)
+        ReferenceConvertKernels().packedToI420Row2(src0 + 4 * i, src1 + 4 * i, y0 + 2 * i, y1 + 2 * i, u + i, v + i,
+                                                   pairs - i, bYUY2);
+}
+
+void SwapBytePairsRow(const uint8_t* src, uint8_t* dst, int pairs)
+{
+    const hn::ScalableTag<uint16_t> d16;
+    const hn::Repartition<uint8_t, decltype(d16)> d8;
+    const int lanes = static_cast<int>(hn::Lanes(d16));
+    int i = 0;
+    for (; i + lanes <= pairs; i += lanes) {
+        const auto w = hn::BitCast(d16, hn::LoadU(d8, src + 2 * i));
+        hn::StoreU(hn::BitCast(d8, hn::Or(hn::ShiftLeft<8>(w), hn::ShiftRight<8>(w))), d8, dst + 2 * i);
+    }
+    if (i < pairs)
+        ReferenceConvertKernels().swapBytePairsRow(src + 2 * i, dst + 2 * i, pairs - i);
+}
+
 #endif // DP_SIMD_TARGET_USED
 
 void FillConvert(ConvertKernels& t)
@@ -246,6 +317,9 @@ void FillConvert(ConvertKernels& t)
     t.rgb24ToI420Row2 = RgbToI420Row2<3, false>;
     t.rgb32ToI420Row2 = RgbToI420Row2<4, false>;
     t.rgb32ToI420AlphaRow2 = RgbToI420Row2<4, true>;
+    t.i420ToPackedRow = I420ToPackedRow;
+    t.packedToI420Row2 = PackedToI420Row2;
+    t.swapBytePairsRow = SwapBytePairsRow;
 #else
     (void)t;
 #endif

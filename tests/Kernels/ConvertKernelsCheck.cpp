@@ -101,4 +101,49 @@ TEST(ConvertKernelsCheck, BitmapsToPlanesEqualReference)
     }
 }
 
+// Packed 4:2:2 in both byte orders: to and from planes, the byte-pair swap
+// between the orders, and to and from 24-bit rows.
+TEST(ConvertKernelsCheck, PackedRowsEqualReference)
+{
+    std::mt19937 rng(43);
+    for (int w : CheckWidths()) {
+        const int h = 3, packedPitch = 2 * w + 6, rgbPitch = 3 * w + 5;
+        EdgeBuffer packed(static_cast<size_t>(h) * packedPitch, 1), rgb(static_cast<size_t>(h) * rgbPitch, 2);
+        packed.Random(rng);
+        rgb.Random(rng);
+        Planes planes(w, h + 1, rng);
+        for (int yuy2 : {1, 0}) {
+            const std::string at = std::to_string(w) + (yuy2 ? " YUY2" : " UYVY");
+            EdgeBuffer out(packed.size(), 3), outRgb(rgb.size(), 5);
+            ExpectSameAtEveryLevel(out, "planes to packed " + at, [&] {
+                Yuv420_2_YUY2(out.data(), packedPitch, 0, 0, w, h, yuy2, planes.y.data(), planes.u.data(),
+                              planes.v.data(), planes.pitchY, planes.pitchC, planes.pitchC, 0, 0);
+            });
+            ExpectSameAtEveryLevel(out, "pair swap " + at, [&] {
+                YUY2_Blt_fast(out.data(), packedPitch, 0, 0, w, h, yuy2, packed.data(), packedPitch, !yuy2, 0, 0);
+            });
+            ExpectSameAtEveryLevel(out, "24-bit to packed " + at, [&] {
+                Rgb24_2_YUY2(out.data(), packedPitch, 0, 0, w, h, yuy2, rgb.data(), rgbPitch, 0, 0, 0);
+            });
+            ExpectSameAtEveryLevel(outRgb, "packed to 24-bit " + at, [&] {
+                YUY2_2_Rgb24(outRgb.data(), rgbPitch, 0, 0, w, h, yuy2, packed.data(), packedPitch, 0, 0, 0);
+            });
+            Planes to(w, h + 1, rng);
+            EdgeBuffer all(to.y.size() + to.u.size() + to.v.size());
+            ExpectSameAtEveryLevel(all, "packed to planes " + at, [&] {
+                const uint8_t fill = all.data()[0];
+                for (EdgeBuffer* b : {&to.y, &to.u, &to.v})
+                    b->Fill(fill);
+                YUY2_2_Yuv420(to.y.data(), to.u.data(), to.v.data(), to.pitchY, to.pitchC, to.pitchC, 0, 0, w, h,
+                              packed.data(), packedPitch, yuy2, 0, 0);
+                uint8_t* d = all.data();
+                for (EdgeBuffer* b : {&to.y, &to.u, &to.v}) {
+                    std::memcpy(d, b->data(), b->size());
+                    d += b->size();
+                }
+            });
+        }
+    }
+}
+
 } // namespace
