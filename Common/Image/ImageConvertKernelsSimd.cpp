@@ -40,11 +40,10 @@ HWY_INLINE VI K(int32_t v) { return hn::Set(DI(), v); }
 // packed into its first 12 bytes by a byte shuffle and stored block by
 // block, each store 4 bytes longer than its pixels (the next store, or the
 // caller's next pixel pair, writes over them).
-HWY_INLINE void StoreRow24(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
+HWY_INLINE void StoreRow24Of(VI yv, uint8_t* dst, VI rv, VI gv, VI bv)
 {
-    const DI di;
     const hn::Repartition<uint8_t, DI> dbytes;
-    const VI y9 = hn::Mul(Widen(hn::LoadU(D8(), y)), K(9536));
+    const VI y9 = hn::Mul(yv, K(9536));
     const VI lo = K(0), hi = K(255);
     const VI b = hn::Min(hn::Max(hn::ShiftRight<13>(hn::Add(bv, y9)), lo), hi);
     const VI g = hn::Min(hn::Max(hn::ShiftRight<13>(hn::Add(gv, y9)), lo), hi);
@@ -71,6 +70,11 @@ HWY_INLINE void StoreRow24(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
 #else
     hn::StoreU(packed, d128, dst);
 #endif
+}
+
+HWY_INLINE void StoreRow24(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
+{
+    StoreRow24Of(Widen(hn::LoadU(D8(), y)), dst, rv, gv, bv);
 }
 
 // 32-bit pixels are formed whole in 32-bit lanes: blue | green << 8 |
@@ -306,6 +310,51 @@ void SwapBytePairsRow(const uint8_t* src, uint8_t* dst, int pairs)
         ReferenceConvertKernels().swapBytePairsRow(src + 2 * i, dst + 2 * i, pairs - i);
 }
 
+// 24-bit rows and packed rows, one pixel per 32-bit lane. The formulas are
+// the planar ones; a pair's chroma is (c0 + c1) >> 1 (to packed), or the
+// pair's U and V for both its pixels (from packed).
+void Rgb24ToPackedRow(const uint8_t* src, uint8_t* dst, int pairs, int bYUY2)
+{
+    const DI di;
+    const hn::Rebind<uint16_t, DI> d16;
+    const int n = static_cast<int>(hn::Lanes(di)); // pixels a step
+    int i = 0;
+    // Reading 24-bit pixels takes 4 bytes more than the step's: a pair must follow.
+    for (; i + n / 2 + 1 <= pairs; i += n / 2) {
+        const Weighted w = Split(LoadPixelWords<3>(src + 6 * i));
+        const VI y = Luma(w), u = ChromaU(w), v = ChromaV(w);
+        const VI su = hn::Add(hn::DupEven(u), hn::DupOdd(u)), sv = hn::Add(hn::DupEven(v), hn::DupOdd(v));
+        const VI c = hn::ShiftRight<1>(hn::OddEven(sv, su)); // U on even pixels, V on odd ones
+        const VI word = bYUY2 ? hn::Or(y, hn::ShiftLeft<8>(c)) : hn::Or(c, hn::ShiftLeft<8>(y));
+        hn::StoreU(hn::BitCast(hn::Repartition<uint8_t, decltype(d16)>(), hn::DemoteTo(d16, word)),
+                   hn::Repartition<uint8_t, decltype(d16)>(), dst + 4 * i);
+    }
+    if (i < pairs)
+        ReferenceConvertKernels().rgb24ToPackedRow(src + 6 * i, dst + 4 * i, pairs - i, bYUY2);
+}
+
+void PackedToRgb24Row(const uint8_t* src, uint8_t* dst, int pairs, int bYUY2)
+{
+    const DI di;
+    const hn::Rebind<uint16_t, DI> d16;
+    const hn::Repartition<uint8_t, decltype(d16)> d8;
+    const int n = static_cast<int>(hn::Lanes(di));
+    int i = 0;
+    // The 24-bit stores reach 4 bytes past the step's pixels: a pair must follow.
+    for (; i + n / 2 + 1 <= pairs; i += n / 2) {
+        const VI word = hn::BitCast(di, hn::PromoteTo(hn::RebindToUnsigned<DI>(), hn::BitCast(d16, hn::LoadU(d8, src + 4 * i))));
+        const VI y = bYUY2 ? hn::And(word, K(0xFF)) : hn::ShiftRight<8>(word);
+        const VI c = bYUY2 ? hn::ShiftRight<8>(word) : hn::And(word, K(0xFF));
+        const VI U = hn::DupEven(c), V = hn::DupOdd(c);
+        const VI rv = hn::Sub(hn::Mul(V, K(13074)), K(1826095));
+        const VI gv = hn::Add(hn::Sub(hn::Mul(U, K(-3203)), hn::Mul(V, K(6660))), K(1109918));
+        const VI bv = hn::Sub(hn::Mul(U, K(16532)), K(2268594));
+        StoreRow24Of(y, dst + 6 * i, rv, gv, bv);
+    }
+    if (i < pairs)
+        ReferenceConvertKernels().packedToRgb24Row(src + 4 * i, dst + 6 * i, pairs - i, bYUY2);
+}
+
 #endif // DP_SIMD_TARGET_USED
 
 void FillConvert(ConvertKernels& t)
@@ -320,6 +369,8 @@ void FillConvert(ConvertKernels& t)
     t.i420ToPackedRow = I420ToPackedRow;
     t.packedToI420Row2 = PackedToI420Row2;
     t.swapBytePairsRow = SwapBytePairsRow;
+    t.rgb24ToPackedRow = Rgb24ToPackedRow;
+    t.packedToRgb24Row = PackedToRgb24Row;
 #else
     (void)t;
 #endif
