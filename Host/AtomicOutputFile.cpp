@@ -15,6 +15,28 @@ namespace {
 // with other processes.
 std::atomic<unsigned> g_tempCounter{0};
 
+// The path a chain of symbolic links ends at (the path itself when it is
+// not a link, or does not exist yet). Relative link targets are taken from
+// the link's folder. False after too many links (a loop).
+bool FollowLinks(std::string path, std::string* out)
+{
+    for (int hops = 0; hops < 40; ++hops) {
+        struct stat st;
+        if (lstat(path.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) {
+            *out = path;
+            return true;
+        }
+        std::string target(static_cast<size_t>(st.st_size > 0 ? st.st_size : 255) + 1, '\0');
+        const ssize_t n = readlink(path.c_str(), &target[0], target.size());
+        if (n < 0 || static_cast<size_t>(n) >= target.size())
+            return false;
+        target.resize(static_cast<size_t>(n));
+        const size_t slash = path.rfind('/');
+        path = target[0] == '/' || slash == std::string::npos ? target : path.substr(0, slash + 1) + target;
+    }
+    return false;
+}
+
 } // namespace
 
 AtomicOutputFile::~AtomicOutputFile() { Discard(); }
@@ -56,9 +78,34 @@ bool AtomicOutputFile::Open(const std::string& path)
     m_name = path;
     if (path.empty())
         return Fail("no output file name given", 0);
-    const size_t slash = path.rfind('/');
-    const std::string dirPrefix = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
-    const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
+    // A symbolic link is followed: its target is written (the safe way
+    // below) and the link stays.
+    std::string target;
+    if (!FollowLinks(path, &target))
+        return Fail("too many levels of symbolic links", ELOOP);
+    m_path = target;
+    // A device, a named pipe or a socket is not a file to replace: it is
+    // written directly (a reader waiting on a pipe gets the data; a write
+    // error such as a full device is reported).
+    struct stat st;
+    if (stat(target.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) {
+        if (S_ISDIR(st.st_mode))
+            return Fail("is a folder, not a file name", 0);
+        const int fd = ::open(target.c_str(), O_WRONLY | O_CLOEXEC);
+        if (fd < 0)
+            return Fail("cannot open for writing", errno);
+        m_file = fdopen(fd, "wb");
+        if (!m_file) {
+            const int err = errno;
+            ::close(fd);
+            return Fail("cannot open a stream", err);
+        }
+        m_direct = true;
+        return true;
+    }
+    const size_t slash = target.rfind('/');
+    const std::string dirPrefix = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
+    const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
     if (base.empty() || base == "." || base == "..")
         return Fail("is a folder, not a file name", 0);
     const std::string dirName = dirPrefix.empty() ? std::string(".") : dirPrefix;
@@ -160,6 +207,15 @@ bool AtomicOutputFile::Commit()
     }
     if (std::fflush(m_file) != 0)
         return Fail("write failed", errno);
+    if (m_direct) {
+        FILE* f = m_file;
+        m_file = nullptr;
+        m_direct = false;
+        if (std::fclose(f) != 0)
+            return Fail("write failed", errno);
+        m_committed = true;
+        return true;
+    }
     if (!m_ownsFile) {
         m_file = nullptr; // the caller's stream stays open
         m_committed = true;
@@ -189,8 +245,9 @@ bool AtomicOutputFile::Commit()
 
 void AtomicOutputFile::Discard()
 {
-    if (m_file && m_ownsFile)
+    if (m_file && (m_ownsFile || m_direct))
         std::fclose(m_file);
+    m_direct = false;
     m_file = nullptr;
     if (m_ownsFile && !m_temp.empty())
         ::unlink(m_temp.c_str());

@@ -7,6 +7,10 @@
 // file is removed, so no half-written output is ever left under the final
 // name. "-" writes to standard output; there Commit only flushes.
 //
+// A symbolic link is followed and its target written that way; a path that
+// names a device, a named pipe or a socket is written directly (nothing is
+// renamed; a write error there fails Commit).
+//
 // Every failure (unwritable folder, disk full, rename refused) is reported
 // through LastError() with a message that names the path; after the first
 // failure further writes are refused and Commit fails.
@@ -61,6 +65,7 @@ private:
 
     FILE* m_file = nullptr;
     bool m_ownsFile = false; // a temporary file of ours (closed and renamed or removed)
+    bool m_direct = false;   // a device, pipe or socket opened by us: written in place, closed by Commit
     bool m_seekable = false;
     bool m_committed = false;
     bool m_failed = false;

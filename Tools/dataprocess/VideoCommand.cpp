@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -136,6 +137,15 @@ void AddVideoCommand(CLI::App& app, Runner& run)
         ->check(CLI::IsMember({0, 90, 270}));
     cmd->add_option("--rate", args->rate, "Output frame rate; frames are repeated or skipped to keep a constant "
                                           "grid (default: the source's)")
+        ->check(CLI::Validator(
+            [](std::string& text) {
+                // A range check alone lets "nan" through (it compares false both ways).
+                char* end = nullptr;
+                const double v = std::strtod(text.c_str(), &end);
+                return end != text.c_str() && *end == '\0' && std::isfinite(v) ? std::string()
+                                                                                : "not a finite number: " + text;
+            },
+            "FPS"))
         ->check(CLI::Range(0.0, 200.0));
     cmd->add_option("--brightness", args->brightness, "-100..100")->check(CLI::Range(-100, 100));
     cmd->add_option("--contrast", args->contrast, "-100..100")->check(CLI::Range(-100, 100));
