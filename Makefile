@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build test test-levels demo asan bench clean
+.PHONY: all deps configure build test test-levels demo asan tsan fuzz bench clean
 
 all: build
 
@@ -39,6 +39,30 @@ asan: deps
 	@cmake --build build-asan -j $(JOBS)
 	@ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build-asan --output-on-failure -j $(JOBS)
 
+# The thread sanitizer over the whole suite (the concurrency tests and the
+# stage stress test among it).
+tsan: deps
+	@cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_SANITIZE_THREAD=ON -DDP_BUILD_TOOLS=OFF -DDP_BUILD_EXAMPLES=OFF >/dev/null
+	@cmake --build build-tsan -j $(JOBS)
+	@TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" ctest --test-dir build-tsan --output-on-failure -j $(JOBS) -E "DeathTest|InstalledPackage|ExportedSymbols"
+
+# libFuzzer over every door for FUZZ_SECONDS seconds each (clang); new
+# inputs collect in build-fuzz/corpus, the seeds stay in tests/fuzz/corpus.
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS = Y4mReaderFuzz WavReaderFuzz Bmp2JpegFuzz WatermarkFuzz AudioStagesFuzz VideoGeometryFuzz
+fuzz:
+	@bash scripts/install-deps.sh fuzz
+	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_FUZZ=ON -DDP_BUILD_TOOLS=OFF -DDP_BUILD_EXAMPLES=OFF >/dev/null
+	@cmake --build build-fuzz -j $(JOBS) --target $(FUZZ_TARGETS)
+	@for t in $(FUZZ_TARGETS); do \
+	  mkdir -p build-fuzz/corpus/$$t; \
+	  echo "== fuzzing $$t for $(FUZZ_SECONDS) s"; \
+	  (cd build-fuzz && tests/fuzz/$$t -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=3000 -print_final_stats=1 \
+	     corpus/$$t ../tests/fuzz/corpus/$$t > $$t.log 2>&1); rc=$$?; \
+	  grep -E "stat::number_of_executed_units|stat::peak_rss_mb|^#[0-9]+.*(DONE|cov:)" build-fuzz/$$t.log | tail -n 3; \
+	  if [ $$rc -ne 0 ]; then tail -n 40 build-fuzz/$$t.log; exit 1; fi; \
+	done
+
 # The peer benchmark: this library against libyuv, swscale, swresample and
 # TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG").
 bench:
@@ -48,4 +72,4 @@ bench:
 	@build-bench/benchmarks/PeerBenchmark $(BENCH_ARGS)
 
 clean:
-	@rm -rf $(BUILD_DIR) build-asan build-bench
+	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench

@@ -36,6 +36,7 @@ HWY_INLINE VI K(int32_t v) { return hn::Set(DI(), v); }
 
 // ---- planes to bitmap ----
 
+#if HWY_TARGET != HWY_SVE
 // 24-bit pixels: formed whole as below, then each 128-bit block's 4 pixels
 // packed into its first 12 bytes by a byte shuffle and stored block by
 // block, each store 4 bytes longer than its pixels (the next store, or the
@@ -77,6 +78,8 @@ HWY_INLINE void StoreRow24(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
     StoreRow24Of(Widen(hn::LoadU(D8(), y)), dst, rv, gv, bv);
 }
 
+#endif // HWY_TARGET != HWY_SVE
+
 // 32-bit pixels are formed whole in 32-bit lanes: blue | green << 8 |
 // red << 16 | the fourth byte (255, or the byte the pixel held).
 template <bool Alpha255>
@@ -115,8 +118,10 @@ void I420ToRgbRow2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const
         const VI gv = hn::Add(hn::Sub(hn::Mul(U, K(-3203)), hn::Mul(V, K(6660))), K(1109918));
         const VI bv = hn::Sub(hn::Mul(U, K(16532)), K(2268594));
         if (Bpp == 3) {
+#if HWY_TARGET != HWY_SVE
             StoreRow24(y0 + 2 * i, dst0 + 2 * i * Bpp, rv, gv, bv);
             StoreRow24(y1 + 2 * i, dst1 + 2 * i * Bpp, rv, gv, bv);
+#endif
         } else {
             StoreRow32<Alpha255>(y0 + 2 * i, dst0 + 2 * i * Bpp, rv, gv, bv);
             StoreRow32<Alpha255>(y1 + 2 * i, dst1 + 2 * i * Bpp, rv, gv, bv);
@@ -143,19 +148,20 @@ HWY_INLINE VI LoadPixelWords(const uint8_t* src)
     const hn::Repartition<uint8_t, DI> dbytes;
     if (Bpp == 4)
         return hn::BitCast(di, hn::LoadU(dbytes, src));
-    auto bytes = hn::LoadU(dbytes, src); // the 16-byte case: one block
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
-    {
-        const hn::Full128<uint8_t> d128;
-        const hn::Full256<uint8_t> d256;
-        const auto lo = hn::Combine(d256, hn::LoadU(d128, src + 12), hn::LoadU(d128, src));
+    // One 16-byte load per 128-bit block (a whole-vector load would read
+    // past the pixels).
+    const hn::Full128<uint8_t> d128;
+    const hn::Full256<uint8_t> d256;
+    const auto lo = hn::Combine(d256, hn::LoadU(d128, src + 12), hn::LoadU(d128, src));
 #if HWY_TARGET == HWY_AVX2
-        bytes = lo;
+    const auto bytes = lo;
 #else
-        const auto hi = hn::Combine(d256, hn::LoadU(d128, src + 36), hn::LoadU(d128, src + 24));
-        bytes = hn::Combine(dbytes, hi, lo);
+    const auto hi = hn::Combine(d256, hn::LoadU(d128, src + 36), hn::LoadU(d128, src + 24));
+    const auto bytes = hn::Combine(dbytes, hi, lo);
 #endif
-    }
+#else
+    const auto bytes = hn::LoadU(dbytes, src); // one 128-bit block
 #endif
     alignas(64) static constexpr uint8_t kSpread[64] = {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80,
                                                         0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80,
@@ -310,6 +316,7 @@ void SwapBytePairsRow(const uint8_t* src, uint8_t* dst, int pairs)
         ReferenceConvertKernels().swapBytePairsRow(src + 2 * i, dst + 2 * i, pairs - i);
 }
 
+#if HWY_TARGET != HWY_SVE
 // 24-bit rows and packed rows, one pixel per 32-bit lane. The formulas are
 // the planar ones; a pair's chroma is (c0 + c1) >> 1 (to packed), or the
 // pair's U and V for both its pixels (from packed).
@@ -355,22 +362,28 @@ void PackedToRgb24Row(const uint8_t* src, uint8_t* dst, int pairs, int bYUY2)
         ReferenceConvertKernels().packedToRgb24Row(src + 4 * i, dst + 6 * i, pairs - i, bYUY2);
 }
 
+#endif // HWY_TARGET != HWY_SVE
+
 #endif // DP_SIMD_TARGET_USED
 
 void FillConvert(ConvertKernels& t)
 {
 #if DP_SIMD_TARGET_USED
+#if HWY_TARGET != HWY_SVE
+    // The 24-bit twins work on 128-bit blocks of 4 pixels; scalable vectors
+    // wider than that keep the reference for them.
     t.i420ToRgb24Row2 = I420ToRgbRow2<3, false>;
+    t.rgb24ToI420Row2 = RgbToI420Row2<3, false>;
+    t.rgb24ToPackedRow = Rgb24ToPackedRow;
+    t.packedToRgb24Row = PackedToRgb24Row;
+#endif
     t.i420ToRgb32Row2 = I420ToRgbRow2<4, false>;
     t.i420ToArgbRow2 = I420ToRgbRow2<4, true>;
-    t.rgb24ToI420Row2 = RgbToI420Row2<3, false>;
     t.rgb32ToI420Row2 = RgbToI420Row2<4, false>;
     t.rgb32ToI420AlphaRow2 = RgbToI420Row2<4, true>;
     t.i420ToPackedRow = I420ToPackedRow;
     t.packedToI420Row2 = PackedToI420Row2;
     t.swapBytePairsRow = SwapBytePairsRow;
-    t.rgb24ToPackedRow = Rgb24ToPackedRow;
-    t.packedToRgb24Row = PackedToRgb24Row;
 #else
     (void)t;
 #endif
