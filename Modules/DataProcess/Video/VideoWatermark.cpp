@@ -190,6 +190,16 @@ void VideoProcess::LoadStageWatermark(tagBITMAPINFO* lpbi, unsigned char* pBits,
 
 void VideoProcess::SetUserWatermarkImage(tagBITMAPINFO* lpbi, unsigned char* pBits, tagFRECT* pRect, int nPercent)
 {
+    // The output size is read under the frame lock (ModifyInfo changes it
+    // there), before the overlay lock is taken: never both at once here, so
+    // the frame-then-overlay order of GetFrame cannot deadlock with this.
+    int outWidth, outHeight;
+    {
+        CSingleLock frame(&m_csFrame);
+        const VideoInfo* info = GetVideoInfo();
+        outWidth = info->nWidth;
+        outHeight = info->nHeight;
+    }
     CSingleLock lock(&m_csImage);
 
     if (!lpbi && !pBits) {
@@ -226,14 +236,13 @@ void VideoProcess::SetUserWatermarkImage(tagBITMAPINFO* lpbi, unsigned char* pBi
     if (!planes.Load(lpbi, pBits))
         return;
 
-    const VideoInfo* info = GetVideoInfo();
-    int dw = info->nWidth;
-    int dh = info->nHeight;
+    int dw = outWidth;
+    int dh = outHeight;
     if (pRect) {
         m_pUserWatermarkRect = new tagFRECT(*pRect);
         // Products in single precision, rounding in double.
-        const float fw = (pRect->right - pRect->left) * static_cast<float>(info->nWidth);
-        const float fh = (pRect->bottom - pRect->top) * static_cast<float>(info->nHeight);
+        const float fw = (pRect->right - pRect->left) * static_cast<float>(outWidth);
+        const float fh = (pRect->bottom - pRect->top) * static_cast<float>(outHeight);
         dw = TruncToInt(static_cast<double>(fw) + 0.5);
         dh = TruncToInt(static_cast<double>(fh) + 0.5);
         if (dw < 2 || dh < 2) {
