@@ -149,6 +149,14 @@ int WavAudioSource::Begin()
             if (m_in.file.Seekable()) {
                 const int64_t left = m_in.file.Size() - m_dataStart;
                 m_dataBytes = (unknown || static_cast<int64_t>(size) > left) ? left : static_cast<int64_t>(size);
+                // A stated size the file does not hold (a file cut short, or a
+                // header claiming gigabytes): the samples that are there are
+                // read, and the stream counts as truncated.
+                if (!unknown && static_cast<int64_t>(size) > left) {
+                    m_in.SetError("truncated data (the header says " + std::to_string(size) + " bytes, the file holds " +
+                                  std::to_string(left) + ")");
+                    m_in.truncated = true;
+                }
             } else {
                 m_dataBytes = unknown ? -1 : static_cast<int64_t>(size);
             }
