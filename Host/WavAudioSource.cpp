@@ -291,6 +291,12 @@ MEDIA_FRAME* WavAudioSource::GetNextFrame()
         m_ended = true;
     } else if (got < static_cast<size_t>(want)) {
         m_ended = true; // the stream ended before the data chunk did
+        if (m_dataBytes >= 0) {
+            // The header stated the size: the stream was cut short.
+            m_in.SetError("truncated data (the stream ended after " + std::to_string(m_consumed) + " of the " +
+                          std::to_string(m_dataBytes) + " bytes the header says)");
+            m_in.truncated = true;
+        }
     }
     const size_t partial = got % static_cast<size_t>(m_blockAlign);
     const int64_t whole = static_cast<int64_t>(got / static_cast<size_t>(m_blockAlign));

@@ -350,4 +350,22 @@ TEST(WavFile, InputsOnFilesAndPipes)
     }
 }
 
+// A data chunk claiming more than follows (a header of gigabytes over a few
+// kilobytes): the samples that are there come out and the stream is
+// truncated, from a file and from a pipe alike.
+TEST(WavFile, DataClaimingMoreThanFollowsIsTruncated)
+{
+    const Bytes content = Wav(Fmt(PCM, 2, 8000, 16), SampleData(4000), 0x7FFFF000u);
+    filetest::TempDir dir;
+    const std::string path = dir.Put("in.wav", content);
+    WavAudioSource file(3), piped(4);
+    ASSERT_TRUE(file.OpenPath(path));
+    ASSERT_EQ(piped.OpenStream(filetest::Pipe(content), path, true), HOSTFILE_OK);
+    for (WavAudioSource* src : {&file, &piped}) {
+        EXPECT_EQ(ReadAll(*src).data, SampleData(4000));
+        EXPECT_TRUE(src->Truncated());
+        EXPECT_NE(src->LastError().find("truncated data"), std::string::npos) << src->LastError();
+    }
+}
+
 } // namespace
