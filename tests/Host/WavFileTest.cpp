@@ -355,7 +355,7 @@ TEST(WavFile, InputsOnFilesAndPipes)
 // truncated, from a file and from a pipe alike.
 TEST(WavFile, DataClaimingMoreThanFollowsIsTruncated)
 {
-    const Bytes content = Wav(Fmt(PCM, 2, 8000, 16), SampleData(4000), 0x7FFFF000u);
+    const Bytes content = Wav(Fmt(wav::FORMAT_PCM, 2, 8000, 16), SampleData(4000), 0x7FFFF000u);
     filetest::TempDir dir;
     const std::string path = dir.Put("in.wav", content);
     WavAudioSource file(3), piped(4);
