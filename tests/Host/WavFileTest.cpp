@@ -359,7 +359,7 @@ TEST(WavFile, DataClaimingMoreThanFollowsIsTruncated)
     filetest::TempDir dir;
     const std::string path = dir.Put("in.wav", content);
     WavAudioSource file(3), piped(4);
-    ASSERT_TRUE(file.OpenPath(path));
+    ASSERT_EQ(file.OpenPath(path), HOSTFILE_OK);
     ASSERT_EQ(piped.OpenStream(filetest::Pipe(content), path, true), HOSTFILE_OK);
     for (WavAudioSource* src : {&file, &piped}) {
         EXPECT_EQ(ReadAll(*src).data, SampleData(4000));
