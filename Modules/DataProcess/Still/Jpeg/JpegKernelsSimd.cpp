@@ -67,28 +67,30 @@ void LoadBlock(const YCbCrTables&, const unsigned char* rgb, size_t stride_pixel
 
 #if HWY_TARGET != HWY_SSE4 && HWY_TARGET != HWY_NEON && HWY_TARGET != HWY_SVE
 
-// The reference's 8-point flow (aan_fdct_8) on eight vectors.
-HWY_INLINE void Aan8(VF& p0, VF& p1, VF& p2, VF& p3, VF& p4, VF& p5, VF& p6, VF& p7)
+// The reference's 8-point flow (aan_fdct_8) on eight vectors (8 or 16
+// float lanes).
+template <class V>
+HWY_INLINE void Aan8(V& p0, V& p1, V& p2, V& p3, V& p4, V& p5, V& p6, V& p7)
 {
-    const DF df;
-    const VF tmp0 = hn::Add(p0, p7);
-    const VF tmp7 = hn::Sub(p0, p7);
-    const VF tmp1 = hn::Add(p1, p6);
-    const VF tmp6 = hn::Sub(p1, p6);
-    const VF tmp2 = hn::Add(p2, p5);
-    const VF tmp5 = hn::Sub(p2, p5);
-    const VF tmp3 = hn::Add(p3, p4);
-    const VF tmp4 = hn::Sub(p3, p4);
+    const hn::DFromV<V> df;
+    const V tmp0 = hn::Add(p0, p7);
+    const V tmp7 = hn::Sub(p0, p7);
+    const V tmp1 = hn::Add(p1, p6);
+    const V tmp6 = hn::Sub(p1, p6);
+    const V tmp2 = hn::Add(p2, p5);
+    const V tmp5 = hn::Sub(p2, p5);
+    const V tmp3 = hn::Add(p3, p4);
+    const V tmp4 = hn::Sub(p3, p4);
 
-    VF tmp10 = hn::Add(tmp0, tmp3);
-    const VF tmp13 = hn::Sub(tmp0, tmp3);
-    VF tmp11 = hn::Add(tmp1, tmp2);
-    VF tmp12 = hn::Sub(tmp1, tmp2);
+    V tmp10 = hn::Add(tmp0, tmp3);
+    const V tmp13 = hn::Sub(tmp0, tmp3);
+    V tmp11 = hn::Add(tmp1, tmp2);
+    V tmp12 = hn::Sub(tmp1, tmp2);
 
     p0 = hn::Add(tmp10, tmp11);
     p4 = hn::Sub(tmp10, tmp11);
 
-    const VF z1 = hn::Mul(hn::Add(tmp12, tmp13), hn::Set(df, 0.707106781f));
+    const V z1 = hn::Mul(hn::Add(tmp12, tmp13), hn::Set(df, 0.707106781f));
     p2 = hn::Add(tmp13, z1);
     p6 = hn::Sub(tmp13, z1);
 
@@ -96,13 +98,13 @@ HWY_INLINE void Aan8(VF& p0, VF& p1, VF& p2, VF& p3, VF& p4, VF& p5, VF& p6, VF&
     tmp11 = hn::Add(tmp5, tmp6);
     tmp12 = hn::Add(tmp6, tmp7);
 
-    const VF z5 = hn::Mul(hn::Sub(tmp10, tmp12), hn::Set(df, 0.382683433f));
-    const VF z2 = hn::Add(hn::Mul(hn::Set(df, 0.541196100f), tmp10), z5);
-    const VF z4 = hn::Add(hn::Mul(hn::Set(df, 1.306562965f), tmp12), z5);
-    const VF z3 = hn::Mul(tmp11, hn::Set(df, 0.707106781f));
+    const V z5 = hn::Mul(hn::Sub(tmp10, tmp12), hn::Set(df, 0.382683433f));
+    const V z2 = hn::Add(hn::Mul(hn::Set(df, 0.541196100f), tmp10), z5);
+    const V z4 = hn::Add(hn::Mul(hn::Set(df, 1.306562965f), tmp12), z5);
+    const V z3 = hn::Mul(tmp11, hn::Set(df, 0.707106781f));
 
-    const VF z11 = hn::Add(tmp7, z3);
-    const VF z13 = hn::Sub(tmp7, z3);
+    const V z11 = hn::Add(tmp7, z3);
+    const V z13 = hn::Sub(tmp7, z3);
 
     p5 = hn::Add(z13, z2);
     p3 = hn::Sub(z13, z2);
@@ -110,18 +112,22 @@ HWY_INLINE void Aan8(VF& p0, VF& p1, VF& p2, VF& p3, VF& p4, VF& p5, VF& p6, VF&
     p7 = hn::Sub(z11, z4);
 }
 
-// Transposes the 8 x 8 block held as eight 8-lane vectors.
-HWY_INLINE void Transpose8(VF v[8])
+// Transposes the 8 x 8 block held as eight vectors: 8 lanes, or 16 lanes
+// holding two blocks in 128-bit quarters [A c0-3 | B c0-3 | A c4-7 | B c4-7]
+// (the interleaves work per quarter and the concatenations per half, so the
+// same steps transpose both).
+template <class V>
+HWY_INLINE void Transpose8(V v[8])
 {
-    const DF df;
-    const hn::Repartition<double, DF> dd;
-    VF t[8];
+    const hn::DFromV<V> df;
+    const hn::Repartition<double, decltype(df)> dd;
+    V t[8];
     for (int i = 0; i < 4; ++i) {
         t[2 * i] = hn::InterleaveLower(df, v[2 * i], v[2 * i + 1]);
         t[2 * i + 1] = hn::InterleaveUpper(df, v[2 * i], v[2 * i + 1]);
     }
-    // Per 128-bit half: u[0] holds column 0 (rows 0-3) and column 4, ...
-    VF u[8];
+    // Per 128-bit block: u[0] holds column 0 (rows 0-3) and column 4, ...
+    V u[8];
     for (int h = 0; h < 2; ++h) {
         const auto a0 = hn::BitCast(dd, t[4 * h]), a1 = hn::BitCast(dd, t[4 * h + 1]);
         const auto a2 = hn::BitCast(dd, t[4 * h + 2]), a3 = hn::BitCast(dd, t[4 * h + 3]);
@@ -217,65 +223,6 @@ using DF16 = hn::ScalableTag<float>;
 using DI16 = hn::RebindToSigned<DF16>;
 using VF16 = hn::Vec<DF16>;
 
-HWY_INLINE void Aan8x2(VF16& p0, VF16& p1, VF16& p2, VF16& p3, VF16& p4, VF16& p5, VF16& p6, VF16& p7)
-{
-    const DF16 df;
-    const VF16 tmp0 = hn::Add(p0, p7);
-    const VF16 tmp7 = hn::Sub(p0, p7);
-    const VF16 tmp1 = hn::Add(p1, p6);
-    const VF16 tmp6 = hn::Sub(p1, p6);
-    const VF16 tmp2 = hn::Add(p2, p5);
-    const VF16 tmp5 = hn::Sub(p2, p5);
-    const VF16 tmp3 = hn::Add(p3, p4);
-    const VF16 tmp4 = hn::Sub(p3, p4);
-    VF16 tmp10 = hn::Add(tmp0, tmp3);
-    const VF16 tmp13 = hn::Sub(tmp0, tmp3);
-    VF16 tmp11 = hn::Add(tmp1, tmp2);
-    VF16 tmp12 = hn::Sub(tmp1, tmp2);
-    p0 = hn::Add(tmp10, tmp11);
-    p4 = hn::Sub(tmp10, tmp11);
-    const VF16 z1 = hn::Mul(hn::Add(tmp12, tmp13), hn::Set(df, 0.707106781f));
-    p2 = hn::Add(tmp13, z1);
-    p6 = hn::Sub(tmp13, z1);
-    tmp10 = hn::Add(tmp4, tmp5);
-    tmp11 = hn::Add(tmp5, tmp6);
-    tmp12 = hn::Add(tmp6, tmp7);
-    const VF16 z5 = hn::Mul(hn::Sub(tmp10, tmp12), hn::Set(df, 0.382683433f));
-    const VF16 z2 = hn::Add(hn::Mul(hn::Set(df, 0.541196100f), tmp10), z5);
-    const VF16 z4 = hn::Add(hn::Mul(hn::Set(df, 1.306562965f), tmp12), z5);
-    const VF16 z3 = hn::Mul(tmp11, hn::Set(df, 0.707106781f));
-    const VF16 z11 = hn::Add(tmp7, z3);
-    const VF16 z13 = hn::Sub(tmp7, z3);
-    p5 = hn::Add(z13, z2);
-    p3 = hn::Sub(z13, z2);
-    p1 = hn::Add(z11, z4);
-    p7 = hn::Sub(z11, z4);
-}
-
-HWY_INLINE void Transpose8x2(VF16 v[8])
-{
-    const DF16 df;
-    const hn::Repartition<double, DF16> dd;
-    VF16 t[8];
-    for (int i = 0; i < 4; ++i) {
-        t[2 * i] = hn::InterleaveLower(df, v[2 * i], v[2 * i + 1]);
-        t[2 * i + 1] = hn::InterleaveUpper(df, v[2 * i], v[2 * i + 1]);
-    }
-    VF16 u[8];
-    for (int h = 0; h < 2; ++h) {
-        const auto a0 = hn::BitCast(dd, t[4 * h]), a1 = hn::BitCast(dd, t[4 * h + 1]);
-        const auto a2 = hn::BitCast(dd, t[4 * h + 2]), a3 = hn::BitCast(dd, t[4 * h + 3]);
-        u[4 * h] = hn::BitCast(df, hn::InterleaveLower(dd, a0, a2));
-        u[4 * h + 1] = hn::BitCast(df, hn::InterleaveUpper(dd, a0, a2));
-        u[4 * h + 2] = hn::BitCast(df, hn::InterleaveLower(dd, a1, a3));
-        u[4 * h + 3] = hn::BitCast(df, hn::InterleaveUpper(dd, a1, a3));
-    }
-    for (int c = 0; c < 4; ++c) {
-        v[c] = hn::ConcatLowerLower(df, u[4 + c], u[c]);
-        v[c + 4] = hn::ConcatUpperUpper(df, u[4 + c], u[c]);
-    }
-}
-
 void FdctQuantPair(const int8_t* a, const int8_t* b, const float* fdtbl, QuantisedBlock& qa, QuantisedBlock& qb)
 {
     const DF16 df;
@@ -294,10 +241,10 @@ void FdctQuantPair(const int8_t* a, const int8_t* b, const float* fdtbl, Quantis
         std::memcpy(row + 12, b + 8 * r + 4, 4);
         v[r] = hn::ConvertTo(df, hn::PromoteTo(di, hn::Load(d8, row)));
     }
-    Transpose8x2(v);
-    Aan8x2(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]);
-    Transpose8x2(v);
-    Aan8x2(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]);
+    Transpose8(v);
+    Aan8(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]);
+    Transpose8(v);
+    Aan8(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]);
 
     // Quantisation as in FdctQuant.
     uint64_t nzA = 0, nzB = 0;
