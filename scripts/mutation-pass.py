@@ -1,0 +1,88 @@
+#!/usr/bin/env python3
+"""Measures what the test suite catches: applies each mutant of mutants.txt
+to the library's reference code one at a time, rebuilds, runs the suite with
+the reference kernels forced (DP_FORCE_REFERENCE=1), and records whether a
+test failed (CAUGHT), all passed (SURVIVED), or the mutant did not build
+(INVALID). The mutated file is restored after every mutant, also on errors
+and Ctrl-C.
+
+  scripts/mutation-pass.py [--build DIR] [--only NAME,...] [--out FILE]
+
+Lines of mutants.txt: name|file|exact text|replacement ("\\n" = a line
+break); the text must occur exactly once in the file.
+"""
+import argparse
+import os
+import subprocess
+import sys
+import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+
+def load(path):
+    mutants = []
+    for line in open(path, encoding="utf-8"):
+        line = line.rstrip("\n")
+        if not line or line.startswith("#"):
+            continue
+        name, file, old, new = line.split("|", 3)
+        mutants.append((name, file, old.replace("\\n", "\n"), new.replace("\\n", "\n")))
+    return mutants
+
+
+def run(cmd, env=None, timeout=900):
+    return subprocess.run(cmd, cwd=ROOT, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                          timeout=timeout).returncode
+
+
+def main():
+    ap = argparse.ArgumentParser()
+    ap.add_argument("--build", default="build-mutants")
+    ap.add_argument("--only", default="")
+    ap.add_argument("--out", default="")
+    args = ap.parse_args()
+    mutants = load(os.path.join(ROOT, "scripts", "mutants.txt"))
+    if args.only:
+        wanted = set(args.only.split(","))
+        mutants = [m for m in mutants if m[0] in wanted]
+    if run(["cmake", "-S", ".", "-B", args.build, "-DCMAKE_BUILD_TYPE=Release", "-DDP_BUILD_EXAMPLES=OFF"]) or \
+            run(["cmake", "--build", args.build, "-j", "2"]):
+        sys.exit("the unmutated tree does not build")
+    env = dict(os.environ, DP_FORCE_REFERENCE="1")
+    if run(["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120"], env=env):
+        sys.exit("the unmutated suite does not pass")
+    results = []
+    for name, file, old, new in mutants:
+        path = os.path.join(ROOT, file)
+        original = open(path, encoding="utf-8").read()
+        if original.count(old) != 1:
+            results.append((name, "MISSING"))
+            print(f"{name:32} MISSING (text found {original.count(old)} times)", flush=True)
+            continue
+        start = time.time()
+        try:
+            open(path, "w", encoding="utf-8").write(original.replace(old, new))
+            if run(["cmake", "--build", args.build, "-j", "2"]):
+                verdict = "INVALID"
+            else:
+                verdict = "CAUGHT" if run(["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120"],
+                                          env=env) else "SURVIVED"
+        finally:
+            open(path, "w", encoding="utf-8").write(original)
+        results.append((name, verdict))
+        print(f"{name:32} {verdict:9} {time.time() - start:5.0f} s", flush=True)
+    run(["cmake", "--build", args.build, "-j", "2"])  # back to the unmutated binaries
+    caught = sum(1 for _, v in results if v == "CAUGHT")
+    counted = sum(1 for _, v in results if v in ("CAUGHT", "SURVIVED"))
+    summary = f"caught {caught} of {counted} mutants that build ({len(results)} listed)"
+    print(summary)
+    if args.out:
+        with open(args.out, "w", encoding="utf-8") as f:
+            for name, verdict in results:
+                f.write(f"{name} {verdict}\n")
+            f.write(summary + "\n")
+
+
+if __name__ == "__main__":
+    main()
