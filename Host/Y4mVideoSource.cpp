@@ -132,8 +132,11 @@ int Y4mVideoSource::Begin()
     int rc = ParseHeader();
     if (rc != HOSTFILE_OK)
         return rc;
-    m_frames[0] = CreateYV12Frame(m_width, m_height, 0, 1);
-    m_frames[1] = CreateYV12Frame(m_width, m_height, 0, 1);
+    // Not cleared: a frame is shown only once all its bytes have been read,
+    // so the buffers' pages are touched only as real data arrives (memory
+    // follows the input, not the size its header claims).
+    m_frames[0] = CreateYV12Frame(m_width, m_height, 0, 0);
+    m_frames[1] = CreateYV12Frame(m_width, m_height, 0, 0);
     if (m_in.file.Seekable()) {
         rc = IndexFile();
         if (rc != HOSTFILE_OK)
