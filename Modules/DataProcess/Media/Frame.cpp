@@ -36,7 +36,10 @@ MEDIA_FRAME* CreateYV12Frame(int width, int height, int withAlpha, int clear)
     if (width < 0 || height < 0)
         return nullptr;
     const size_t luma = static_cast<size_t>(width) * static_cast<size_t>(height);
-    const size_t chroma = static_cast<size_t>((width + 1) / 2) * static_cast<size_t>((height + 1) / 2);
+    // Halves rounded up in 64 bits: width + 1 overflows int for INT_MAX.
+    const int chromaWidth = static_cast<int>((static_cast<int64_t>(width) + 1) / 2);
+    const int chromaHeight = static_cast<int>((static_cast<int64_t>(height) + 1) / 2);
+    const size_t chroma = static_cast<size_t>(chromaWidth) * static_cast<size_t>(chromaHeight);
     const size_t planes = (withAlpha ? 2 * luma : luma) + 2 * chroma;
 
     MEDIA_FRAME* f = new MEDIA_FRAME;
@@ -48,7 +51,7 @@ MEDIA_FRAME* CreateYV12Frame(int width, int height, int withAlpha, int clear)
     f->nWidth = width;
     f->nHeight = height;
     f->nPitchY = width;
-    f->nPitchU = f->nPitchV = (width + 1) / 2;
+    f->nPitchU = f->nPitchV = chromaWidth;
     try {
         f->pY = new unsigned char[planes + DP_FRAME_SLACK];
     } catch (...) {

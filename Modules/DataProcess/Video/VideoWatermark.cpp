@@ -131,9 +131,13 @@ private:
 };
 
 // A new cleared YV12 frame with alpha holding the scaled watermark, or null
-// for a size that makes no frame.
+// for a size that makes no frame. A rectangle far outside the picture can
+// ask for any size: beyond 65536 a side or 2^28 pixels (far more than any
+// output frame) there is no watermark rather than an allocation of that size.
 MEDIA_FRAME* MakeWatermarkFrame(const WatermarkPlanes& planes, int dw, int dh)
 {
+    if (dw > 65536 || dh > 65536 || int64_t(dw) * dh > (int64_t(1) << 28))
+        return nullptr;
     MEDIA_FRAME* frame = CreateYV12Frame(dw, dh, 1, 1);
     if (frame && dw > 0 && dh > 0)
         planes.ScaleInto(frame);
