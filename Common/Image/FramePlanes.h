@@ -34,8 +34,8 @@ inline bool GetFramePlanes(const MEDIA_FRAME* frame, FramePlanes& out)
     out.v = frame->pV;
     out.w = frame->nWidth;
     out.h = frame->nHeight;
-    out.cw = (out.w + 1) / 2;
-    out.ch = (out.h + 1) / 2;
+    out.cw = static_cast<int>((static_cast<int64_t>(out.w) + 1) / 2); // no overflow at INT_MAX
+    out.ch = static_cast<int>((static_cast<int64_t>(out.h) + 1) / 2);
     return true;
 }
 
