@@ -48,7 +48,11 @@ tsan: deps
 
 # libFuzzer over every door for FUZZ_SECONDS seconds each (clang); new
 # inputs collect in build-fuzz/corpus, the seeds stay in tests/fuzz/corpus.
+# FUZZ_RUNS=N instead runs N inputs a target from a fixed seed (the same
+# inputs every time: what CI uses).
 FUZZ_SECONDS ?= 60
+FUZZ_RUNS ?=
+FUZZ_LIMIT = $(if $(FUZZ_RUNS),-runs=$(FUZZ_RUNS) -seed=1,-max_total_time=$(FUZZ_SECONDS))
 FUZZ_TARGETS = Y4mReaderFuzz WavReaderFuzz Bmp2JpegFuzz WatermarkFuzz AudioStagesFuzz VideoGeometryFuzz
 fuzz:
 	@bash scripts/install-deps.sh fuzz
@@ -56,8 +60,8 @@ fuzz:
 	@cmake --build build-fuzz -j $(JOBS) --target $(FUZZ_TARGETS)
 	@for t in $(FUZZ_TARGETS); do \
 	  mkdir -p build-fuzz/corpus/$$t; \
-	  echo "== fuzzing $$t for $(FUZZ_SECONDS) s"; \
-	  (cd build-fuzz && tests/fuzz/$$t -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=3000 -print_final_stats=1 \
+	  echo "== fuzzing $$t ($(FUZZ_LIMIT))"; \
+	  (cd build-fuzz && tests/fuzz/$$t $(FUZZ_LIMIT) -rss_limit_mb=3000 -print_final_stats=1 \
 	     corpus/$$t ../tests/fuzz/corpus/$$t > $$t.log 2>&1); rc=$$?; \
 	  grep -E "stat::number_of_executed_units|stat::peak_rss_mb|^#[0-9]+.*(DONE|cov:)" build-fuzz/$$t.log | tail -n 3; \
 	  if [ $$rc -ne 0 ]; then tail -n 40 build-fuzz/$$t.log; exit 1; fi; \
