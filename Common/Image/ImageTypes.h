@@ -19,8 +19,17 @@ typedef struct IMG_PARAM {
     int32_t cy;           /* region: height in rows */
 } IMG_PARAM;
 
+/* In C++ the enumerations of this library have int32_t as their underlying
+ * type, so every 32-bit value a host stores in them is a value of the type
+ * (values outside the listed ones have defined meanings below). */
+#ifdef __cplusplus
+#define DP_ENUM_BASE : int32_t
+#else
+#define DP_ENUM_BASE
+#endif
+
 /* Scaling filter. Any other value makes a dispatcher return 0. */
-typedef enum IMAGE_INTERPOLATION {
+typedef enum IMAGE_INTERPOLATION DP_ENUM_BASE {
     IMAGE_INTERPOLATION_DEFAULT = 0,  /* acts as bilinear */
     IMAGE_INTERPOLATION_NEAREST = 1,
     IMAGE_INTERPOLATION_BILINEAR = 2,
@@ -29,7 +38,7 @@ typedef enum IMAGE_INTERPOLATION {
 
 /* Line-based deinterlacing methods. 0 and 5 (and any other value) do
  * nothing. */
-typedef enum DEINTERLACE_STYLE {
+typedef enum DEINTERLACE_STYLE DP_ENUM_BASE {
     DEINTERLACE_NONE = 0,
     DEINTERLACE_DOUBLE_EVEN = 1,  /* odd rows become copies of the even row above */
     DEINTERLACE_DOUBLE_ODD = 2,   /* even rows become copies of the odd row below */

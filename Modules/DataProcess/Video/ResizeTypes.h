@@ -8,7 +8,7 @@
 #include "ImageTypes.h"
 
 /* How the source picture is fitted into the output. */
-typedef enum IMAGE_RESIZE_METHOD {
+typedef enum IMAGE_RESIZE_METHOD DP_ENUM_BASE {
     IMAGE_RESIZE_STRETCH = 0,         /* the whole source region fills the whole output */
     IMAGE_RESIZE_LETTERBOX = 1,       /* keep the aspect, bars on two sides; refit for quarter turns */
     IMAGE_RESIZE_FIT_16_9 = 2,        /* as letterbox with the aspect forced to 16:9 */
