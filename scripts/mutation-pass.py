@@ -8,7 +8,7 @@ and Ctrl-C.
 
   scripts/mutation-pass.py [--build DIR] [--only NAME,...] [--out FILE]
 
-Lines of mutants.txt: name|file|exact text|replacement ("\\n" = a line
+Lines of mutants.txt: name, file, exact text, replacement, separated by tabs ("\\n" = a line
 break); the text must occur exactly once in the file.
 """
 import argparse
@@ -26,7 +26,7 @@ def load(path):
         line = line.rstrip("\n")
         if not line or line.startswith("#"):
             continue
-        name, file, old, new = line.split("|", 3)
+        name, file, old, new = line.split("\t", 3)
         mutants.append((name, file, old.replace("\\n", "\n"), new.replace("\\n", "\n")))
     return mutants
 
