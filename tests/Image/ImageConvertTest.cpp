@@ -3,7 +3,6 @@
 // Planes and bitmaps end at their last pixel and start out as kSent.
 #include "ImageConvert.h"
 #include "ImageTestPlane.h"
-#include "KernelDispatch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -288,36 +287,6 @@ TEST(Packed, PlanesToYuy2PlacesBytes)
     EXPECT_EQ((Grid{Ints(8, S), {100, 11, 200, 12, 101, 13, S, S}, {100, 21, 200, 22, 101, 23, S, S},
                     {102, 31, 202, 32, 103, 33, S, S}}),
               dst.Read());
-}
-
-// Reference and dispatched kernels agree byte for byte, both directions,
-// over odd sizes and padded pitches. The two runs fill their outputs with
-// different sentinels: a byte is either written alike by both or left by both.
-TEST(KernelDispatch, ReferenceAndDispatchedConvertersAgree)
-{
-    const bool wasForced = DpForceReference();
-    std::mt19937 rng(7);
-    for (int w : {1, 2, 7, 33})
-        for (int h : {1, 2, 5}) {
-            Bitmap bmp(w, h, 24, 0);
-            bmp.FillBytes(rng);
-            std::vector<Bytes> out[2];
-            const int cw = (w + 1) / 2 + 1, ch = (h + 1) / 2;
-            for (int forced = 0; forced < 2; ++forced) {
-                DpSetForceReference(forced != 0);
-                const uint8_t fill = forced ? 0x11 : 0x22;
-                TestPlane y = Plane(w + 3, h, fill), u = Plane(cw, ch, fill), v = Plane(cw, ch, fill);
-                Bitmap back(w, h, 24, fill);
-                Rgb24_2_yuv420(y.data(), u.data(), v.data(), y.pitch, cw, cw, &bmp.header, bmp.data());
-                Yuv420_2_rgb24(&back.header, back.data(), y.data(), u.data(), v.data(), y.pitch, cw, cw);
-                out[forced] = {y.bytes, u.bytes, v.bytes, back.bytes};
-            }
-            for (size_t k = 0; k < 4; ++k)
-                for (size_t i = 0; i < out[0][k].size(); ++i)
-                    ASSERT_TRUE(out[0][k][i] == out[1][k][i] || (out[0][k][i] == 0x22 && out[1][k][i] == 0x11))
-                        << w << "x" << h << " buffer " << k << " byte " << i;
-        }
-    DpSetForceReference(wasForced);
 }
 
 // ---- preconditions ----

@@ -11,7 +11,6 @@
 #include "ImageResize.h"
 #include "ImageRotate.h"
 #include "ImageTestPlane.h"
-#include "KernelDispatch.h"
 
 namespace {
 
@@ -344,44 +343,6 @@ TEST(DibResizeBiLinerYSimulate, AveragesAndSparseLastRow)
     EXPECT_EQ((Grid{{35, 45, 55}, {50, S, S}}), dst.Read());
     EXPECT_EQ(0, Scale(simulate, narrow.Param(0, 0, 3, 2), dst2.Param(0, 0, 3, 2)));
     EXPECT_TRUE(dst2.Untouched());
-}
-
-// Every own scaler once with the kernels forced to the reference and once
-// with the dispatched ones, over odd sizes, padded pitches and offset
-// regions, into destinations pre-filled with different sentinels (overlays,
-// which read the destination, into equal random ones): a byte is either
-// written alike by both or left by both.
-TEST(KernelDispatch, ForcedReferenceAndDispatchedScalersAgree)
-{
-    std::mt19937 rng(99);
-    auto uni = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
-    for (int iter = 0; iter < 40; ++iter) {
-        const int sw = uni(1, 40), sh = uni(1, 20), dw = uni(2, 70), dh = uni(2, 30);
-        for (Scaler fn : {DIB_ResizeBiLiner, DIB_ResizeNear, DIB_ResizeConvolve, DIB_AlphaResizeBiLiner,
-                          DIB_ResizeBiLiner8, DIB_ResizeNearUV, DIB_ResizeBiLinerUV, StretchMaskResizeBiLiner,
-                          StretchMaskResizeNear}) {
-            const bool mask = fn == StretchMaskResizeBiLiner || fn == StretchMaskResizeNear;
-            const bool blends = mask || fn == DIB_AlphaResizeBiLiner;
-            const int srcBpp = fn == DIB_ResizeBiLiner || fn == DIB_ResizeNear || fn == DIB_ResizeConvolve ||
-                                       fn == DIB_AlphaResizeBiLiner ? 4 : 1;
-            const int dstBpp = mask ? 4 : srcBpp;
-            TestPlane src(sw + 2, sh + 1, (sw + 2) * srcBpp + uni(0, 5), srcBpp, 0);
-            src.FillBytes(rng);
-            TestPlane a(dw + 1, dh + 2, (dw + 1) * dstBpp + 3, dstBpp, 0x11), b = a;
-            if (blends)
-                b = a.FillBytes(rng);
-            else
-                b.Fill([](int, int) { return 0x22; });
-            const IMG_PARAM s = src.Param(uni(0, 2), uni(0, 1), sw, sh);
-            const int dx = uni(0, 1), dy = uni(0, 2);
-            DpSetForceReference(true);
-            ASSERT_EQ(1, Scale(fn, s, a.Param(dx, dy, dw, dh)));
-            DpSetForceReference(false);
-            ASSERT_EQ(1, Scale(fn, s, b.Param(dx, dy, dw, dh)));
-            for (size_t i = 0; i < a.bytes.size(); ++i)
-                ASSERT_TRUE((!blends && a.bytes[i] == 0x11 && b.bytes[i] == 0x22) || a.bytes[i] == b.bytes[i]) << i;
-        }
-    }
 }
 
 // ---- rotation and placement ----
