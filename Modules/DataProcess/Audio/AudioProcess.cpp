@@ -192,7 +192,8 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
 
         if (frame) {
             const short* data = reinterpret_cast<const short*>(frame->pData);
-            const int bytes = frame->pData ? frame->nDataSize : 0;
+            // A negative size from a decoder counts as an empty block.
+            const int bytes = frame->pData && frame->nDataSize > 0 ? frame->nDataSize : 0;
             if (!haveGather && bytes < kGatherMin) {
                 haveGather = true;
                 used = 0;
@@ -246,7 +247,12 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
     const bool apply = nVolume != 100 || IsFadeInOut(view);
     if (apply && bytesPerSample > 0 && result->pData) {
         const int vol = IsFadeInOut(view) ? GetFadeInOutVolum(view, nVolume) : nVolume;
-        const int count = result->nDataSize / bytesPerSample;
+        // A block's stated size beyond its buffer (a decoder's mistake) is
+        // taken only as far as the buffer goes.
+        int bytes = result->nDataSize;
+        if (result->nBufferSize > 0 && bytes > result->nBufferSize)
+            bytes = result->nBufferSize;
+        const int count = bytes / bytesPerSample;
         if (result->nBitsPerSample == 8)
             ChangeVolume8(result->pData, count, vol);
         else
