@@ -340,12 +340,19 @@ const MEDIA_FRAME* VideoProcess::GetFrame() const
 
     const int outWidth = out->nWidth;
     const int outHeight = out->nHeight;
-    FillPlane(out->pY, out->nPitchY, outWidth, outHeight, 16);
-    FillPlane(out->pV, out->nPitchV, (outWidth + 1) / 2, (outHeight + 1) / 2, 128);
-    FillPlane(out->pU, out->nPitchU, (outWidth + 1) / 2, (outHeight + 1) / 2, 128);
+    const bool sameSize = srcWidth == outWidth && srcHeight == outHeight && !reshape && !m_pCropRectEx;
+    // The plain copy below rewrites every byte the clear would set (the
+    // source rows are at least as long as the output's), so the clear is
+    // left out there: the same bytes, each written once.
+    const bool copies = sameSize && FrameCovers(src, outWidth, outHeight);
+    if (!copies) {
+        FillPlane(out->pY, out->nPitchY, outWidth, outHeight, 16);
+        FillPlane(out->pV, out->nPitchV, (outWidth + 1) / 2, (outHeight + 1) / 2, 128);
+        FillPlane(out->pU, out->nPitchU, (outWidth + 1) / 2, (outHeight + 1) / 2, 128);
+    }
 
-    if (srcWidth == outWidth && srcHeight == outHeight && !reshape && !m_pCropRectEx) {
-        if (FrameCovers(src, outWidth, outHeight)) {
+    if (sameSize) {
+        if (copies) {
             CopyVideoFrame(out, src, 1);
             if (IsDeinterlaceStyle(deinterlace))
                 DeinterlaceImage(out, static_cast<DEINTERLACE_STYLE>(deinterlace));
