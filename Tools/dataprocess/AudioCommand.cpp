@@ -1,64 +1,32 @@
 // dataprocess audio IN -o OUT [options]
 #include <CLI/CLI.hpp>
 
-#include <cstdlib>
+#include <cstdio>
 #include <memory>
 #include <string>
 
+#include "AudioOptions.h"
 #include "AudioPipeline.h"
 #include "Commands.h"
+#include "MediaInputs.h"
+#include "MediaOutputs.h"
 #include "Progress.h"
 #include "StdoutData.h"
 #include "ToolErrors.h"
-#include "WavAudioSource.h"
-#include "WavWriter.h"
 
 namespace dptool {
 
 namespace {
 
-struct AudioArgs {
+struct AudioCommandArgs {
     std::string input, output;
-    int rate = 0, channels = 0, volume = 100;
-    std::string fadeIn, fadeOut;
-    bool noTimeline = false;
+    AudioArgs audio;
+    EncodeArgs encode;
     bool quiet = false;
-    bool verbose = false;
 };
 
-// "LENGTH" or "START:LENGTH", in seconds.
-FadeSpan ParseFade(const std::string& option, const std::string& text, bool* hasStart)
+int RunAudioCommand(const AudioCommandArgs& a)
 {
-    FadeSpan f;
-    const auto colon = text.find(':');
-    char* end = nullptr;
-    const std::string len = colon == std::string::npos ? text : text.substr(colon + 1);
-    f.length = std::strtod(len.c_str(), &end);
-    bool ok = !len.empty() && *end == '\0' && f.length > 0;
-    *hasStart = colon != std::string::npos;
-    if (*hasStart) {
-        const std::string start = text.substr(0, colon);
-        f.start = std::strtod(start.c_str(), &end);
-        ok = ok && !start.empty() && *end == '\0' && f.start >= 0;
-    }
-    if (!ok)
-        throw UsageError(option + ": invalid value '" + text +
-                         "' (expected LENGTH or START:LENGTH in seconds, e.g. 2 or 10:1.5)");
-    return f;
-}
-
-int RunAudioCommand(const AudioArgs& a)
-{
-    AudioSettings s;
-    s.rate = a.rate;
-    s.channels = a.channels;
-    s.volume = a.volume;
-    s.timeline = !a.noTimeline;
-    bool fadeInStart = false, fadeOutStart = false;
-    if (!a.fadeIn.empty())
-        s.fadeIn = ParseFade("--fade-in", a.fadeIn, &fadeInStart);
-    if (!a.fadeOut.empty())
-        s.fadeOut = ParseFade("--fade-out", a.fadeOut, &fadeOutStart);
     if (a.output != "-" && a.output == a.input)
         throw UsageError("-o: the output must not be the input file");
     // Standard output carries the data alone: claim it before the library
@@ -67,46 +35,25 @@ int RunAudioCommand(const AudioArgs& a)
     if (a.output == "-")
         dataOut.reset(ClaimStdoutForData());
 
-    WavAudioSource source;
-    if (source.OpenPath(a.input) != HOSTFILE_OK)
-        throw ProcessingError(source.LastError());
-    if (source.BitsPerSample() != 16 && (s.rate || s.channels))
-        throw ProcessingError(a.input + ": " + std::to_string(source.BitsPerSample()) +
-                              "-bit audio cannot be converted (rate and channel conversion take 16-bit PCM)");
-    if (s.fadeOut && !fadeOutStart) {
-        // A fade-out given by its length ends with the input.
-        if (source.SampleFrameCount() < 0)
-            throw UsageError("--fade-out: the input's length is unknown (a stream); give START:LENGTH");
-        const double duration = double(source.SampleFrameCount()) / source.SampleRate();
-        s.fadeOut->start = duration - s.fadeOut->length;
-        if (s.fadeOut->start < 0)
-            s.fadeOut->start = 0;
-    }
-
-    LogTally tally(a.verbose);
-    AudioStack stack(&source, s);
+    AudioInput source(a.input);
+    const AudioSettings s = MakeAudioSettings(a.audio, source);
+    LogTally tally(a.audio.verbose);
+    AudioStack stack(source.Decoder(), s);
     AudioDecoder* stage = stack.Top();
     const AudioInfo* info = PCGetAudioInfo(stage);
-    WavStreamFormat fmt;
+    AudioOutputFormat fmt;
     fmt.sampleRate = info->nSampleRate;
     fmt.channels = info->nChannels;
     fmt.bitsPerSample = info->nBitsPerSample;
-    WavWriter writer;
-    if (dataOut) {
-        if (!writer.Attach(dataOut.get(), "standard output", fmt))
-            throw ProcessingError(writer.LastError());
-    } else if (!writer.Open(a.output, fmt)) {
-        throw ProcessingError(writer.LastError());
-    }
+    std::unique_ptr<MediaSink> sink = OpenOutput(a.output, dataOut.get(), nullptr, &fmt, a.encode);
     Progress progress(a.quiet, "s of audio");
-    AudioRunStats st = RunAudio(stage, writer, progress);
+    AudioRunStats st = RunAudio(stage, *sink, progress, source.DurationSeconds());
     progress.Finish();
-    if (source.Truncated())
-        throw ProcessingError(source.LastError().empty() ? a.input + ": truncated stream" : source.LastError());
-    if (!writer.Commit())
-        throw ProcessingError(writer.LastError());
+    source.Finish();
+    if (!sink->Commit())
+        throw ProcessingError(sink->Error());
     if (!a.quiet) {
-        const TimelineFigures t = SummariseTimeline(stack, tally.Tally(), source.GetAudioInfo());
+        const TimelineFigures t = SummariseTimeline(stack, tally.Tally(), source.Decoder()->GetAudioInfo());
         std::fprintf(stderr,
                      "audio: %.3f s at %d Hz, %d channel%s; filler %.3f s (%lld bytes), trimmed %.3f s (%lld bytes); "
                      "%.0fx real time\n",
@@ -121,26 +68,21 @@ int RunAudioCommand(const AudioArgs& a)
 
 void AddAudioCommand(CLI::App& app, Runner& run)
 {
-    auto args = std::make_shared<AudioArgs>();
-    CLI::App* cmd = app.add_subcommand("audio", "Process a WAV file: sample rate, channels, volume, fades, "
+    auto args = std::make_shared<AudioCommandArgs>();
+    CLI::App* cmd = app.add_subcommand("audio", "Process audio: sample rate, channels, volume, fades, "
                                                 "continuous timeline");
-    cmd->add_option("input", args->input, "Input .wav file (PCM 8/16-bit, 1-8 channels), or - for standard input")
+    cmd->add_option("input", args->input, "Input audio: .wav (PCM 8/16-bit, 1-8 channels; - for standard input), "
+                                          "or any file FFmpeg reads (its best audio stream)")
         ->required();
-    cmd->add_option("-o,--output", args->output, "Output .wav file, or - for standard output")->required();
-    cmd->add_option("--rate", args->rate, "Output sample rate in Hz (default: the input's)")
-        ->check(CLI::Range(1000, 384000));
-    cmd->add_option("--channels", args->channels, "Output channels: 1, 2 or 6 (default: the input's)")
-        ->check(CLI::IsMember({1, 2, 6}));
-    cmd->add_option("--volume", args->volume, "Volume in percent (100 = unchanged)")->check(CLI::Range(0, 1000));
-    cmd->add_option("--fade-in", args->fadeIn, "Fade in: LENGTH seconds from the start, or START:LENGTH");
-    cmd->add_option("--fade-out", args->fadeOut, "Fade out: the last LENGTH seconds, or START:LENGTH");
-    cmd->add_flag("--no-timeline", args->noTimeline,
-                  "Do not even out the timeline (by default gaps in the time stamps are filled with silence and "
-                  "overlaps trimmed)");
+    cmd->add_option("-o,--output", args->output, "Output: .wav (or - for standard output), or .m4a/.mp4/.mkv/"
+                                                 ".flac/.mka (encoded; see --codec)")
+        ->required();
+    AddAudioOptions(cmd, &args->audio, "--rate");
+    AddEncodeOptions(cmd, &args->encode, false, true);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
-    cmd->add_flag("-v,--verbose", args->verbose, "Show the timeline stage's messages");
     cmd->footer("Examples:\n"
                 "  dataprocess audio in.wav -o out.wav --rate 48000 --channels 2\n"
+                "  dataprocess audio in.mkv -o out.m4a --rate 48000 --audio-bitrate 192k\n"
                 "  dataprocess audio in.wav -o out.wav --volume 80 --fade-in 2 --fade-out 3\n"
                 "  ffmpeg -i in.mp4 -f wav - | dataprocess audio - -o - --rate 48000 | ffmpeg -i - out.m4a");
     cmd->callback([args, &run] { run = [args] { return RunAudioCommand(*args); }; });

@@ -5,7 +5,7 @@
 
 #include "CountingAudioSource.h"
 #include "ToolErrors.h"
-#include "WavWriter.h"
+#include "MediaOutputs.h"
 
 namespace dptool {
 
@@ -91,7 +91,7 @@ void LogTally::Sink(void* context, const char* line)
     }
 }
 
-AudioRunStats RunAudio(AudioDecoder* stage, WavWriter& writer, Progress& progress)
+AudioRunStats RunAudio(AudioDecoder* stage, MediaSink& sink, Progress& progress, double totalSeconds)
 {
     AudioRunStats st;
     const AudioInfo* info = PCGetAudioInfo(stage);
@@ -99,12 +99,13 @@ AudioRunStats RunAudio(AudioDecoder* stage, WavWriter& writer, Progress& progres
     while (MEDIA_FRAME* f = PCGetNextAudioFrame(stage)) {
         if (f->nDataSize <= 0)
             continue;
-        if (!writer.WriteFrame(f))
-            throw ProcessingError(writer.LastError());
+        if (!sink.WriteAudio(f))
+            throw ProcessingError(sink.Error());
         if (align > 0)
             st.sampleFramesOut += f->nDataSize / align;
         ++st.blocksOut;
-        progress.Update(st.sampleFramesOut / (info && info->nSampleRate ? info->nSampleRate : 1));
+        progress.UpdateSeconds(double(st.sampleFramesOut) / (info && info->nSampleRate ? info->nSampleRate : 1),
+                               totalSeconds);
     }
     st.seconds = progress.ElapsedSeconds();
     return st;

@@ -13,7 +13,6 @@
 
 #include "Progress.h"
 
-class WavWriter;
 
 namespace dptool {
 
@@ -96,7 +95,12 @@ struct AudioRunStats {
     double seconds = 0.0;
 };
 
-AudioRunStats RunAudio(AudioDecoder* stage, WavWriter& writer, Progress& progress);
+class MediaSink;
+
+// Reads every block of `stage` into `sink`, with progress over
+// `totalSeconds` of input (0 or less when unknown). Throws ProcessingError
+// on a write failure.
+AudioRunStats RunAudio(AudioDecoder* stage, MediaSink& sink, Progress& progress, double totalSeconds);
 
 } // namespace dptool
 

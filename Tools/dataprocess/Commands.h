@@ -17,6 +17,7 @@ using Runner = std::function<int()>;
 void AddDemoCommand(CLI::App& app, Runner& run);
 void AddVideoCommand(CLI::App& app, Runner& run);
 void AddAudioCommand(CLI::App& app, Runner& run);
+void AddConvertCommand(CLI::App& app, Runner& run);
 void AddBmp2JpegCommand(CLI::App& app, Runner& run);
 
 } // namespace dptool

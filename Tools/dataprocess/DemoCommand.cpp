@@ -26,8 +26,7 @@
 #include "SyntheticVideoSource.h"
 #include "ToolErrors.h"
 #include "VideoPipeline.h"
-#include "WavWriter.h"
-#include "Y4mWriter.h"
+#include "MediaOutputs.h"
 
 namespace dptool {
 
@@ -121,19 +120,16 @@ int RunDemo(const DemoArgs& a)
 
     std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> vstage(CreateVideoStage(&stamped, vs), PCVideoDestroy);
     const VideoInfo* vi = PCGetVideoInfo(vstage.get());
-    Y4mStreamFormat yf;
+    VideoOutputFormat yf;
     yf.width = vi->nWidth;
     yf.height = vi->nHeight;
-    yf.rateNum = 30;
-    yf.rateDen = 1;
-    Y4mWriter y4m;
-    if (!y4m.Open(dir + "demo.y4m", yf))
-        throw ProcessingError(y4m.LastError());
+    yf.rate = 30;
+    std::unique_ptr<MediaSink> y4m = OpenOutput(dir + "demo.y4m", nullptr, &yf, nullptr, EncodeArgs{});
     Progress vprogress(a.quiet, "frames");
-    VideoRunStats v = RunVideo(vstage.get(), counter, y4m, vs.captures, vprogress, vi->nFrameCount);
+    VideoRunStats v = RunVideo(vstage.get(), counter, *y4m, vs.captures, vprogress, vi->nFrameCount);
     vprogress.Finish();
-    if (!y4m.Commit())
-        throw ProcessingError(y4m.LastError());
+    if (!y4m->Commit())
+        throw ProcessingError(y4m->Error());
 
     // --- audio ---
     SyntheticAudioConfig ac;
@@ -154,18 +150,16 @@ int RunDemo(const DemoArgs& a)
     AudioStack stack(&audio, as);
     AudioDecoder* astage = stack.Top();
     const AudioInfo* ai = PCGetAudioInfo(astage);
-    WavStreamFormat wf;
+    AudioOutputFormat wf;
     wf.sampleRate = ai->nSampleRate;
     wf.channels = ai->nChannels;
     wf.bitsPerSample = ai->nBitsPerSample;
-    WavWriter wav;
-    if (!wav.Open(dir + "demo.wav", wf))
-        throw ProcessingError(wav.LastError());
+    std::unique_ptr<MediaSink> wav = OpenOutput(dir + "demo.wav", nullptr, nullptr, &wf, EncodeArgs{});
     Progress aprogress(a.quiet, "s of audio");
-    AudioRunStats au = RunAudio(astage, wav, aprogress);
+    AudioRunStats au = RunAudio(astage, *wav, aprogress, a.seconds);
     aprogress.Finish();
-    if (!wav.Commit())
-        throw ProcessingError(wav.LastError());
+    if (!wav->Commit())
+        throw ProcessingError(wav->Error());
 
     const TimelineFigures t = SummariseTimeline(stack, tally.Tally(), audio.GetAudioInfo());
     const double videoSeconds = v.framesOut / 30.0;

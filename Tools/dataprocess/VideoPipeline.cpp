@@ -7,7 +7,7 @@
 #include "CountingVideoSource.h"
 #include "TextUtil.h"
 #include "ToolErrors.h"
-#include "Y4mWriter.h"
+#include "MediaOutputs.h"
 
 namespace dptool {
 
@@ -101,52 +101,66 @@ VideoDecoder* CreateVideoStage(VideoDecoder* source, const VideoSettings& settin
     return stage;
 }
 
-VideoRunStats RunVideo(VideoDecoder* stage, const CountingVideoSource& counter, Y4mWriter& writer,
-                       const std::vector<CaptureRequest>& captures, Progress& progress, long long expectedFrames)
+VideoLoop::VideoLoop(VideoDecoder* stage, const CountingVideoSource& counter, MediaSink& sink,
+                     const std::vector<CaptureRequest>& captures)
+    : m_stage(stage), m_counter(counter), m_sink(sink), m_captures(captures), m_taken(captures.size(), false),
+      m_frame(PCGetVideoFrame(stage))
 {
-    VideoRunStats st;
-    std::vector<bool> taken(captures.size(), false);
-    long long lastShown = 0;
-    long long distinctShown = 0;
-    for (;;) {
-        const MEDIA_FRAME* f = PCGetVideoFrame(stage);
-        if (!f)
-            break;
-        const long long pos = counter.Position();
-        if (pos == lastShown)
-            ++st.repeats;
-        else
-            ++distinctShown;
-        lastShown = pos;
+}
 
-        if (!writer.WriteFrame(f))
-            throw ProcessingError(writer.LastError());
-        ++st.framesOut;
+double VideoLoop::NextTime() const { return m_frame && m_frame->llStartTime > 0 ? m_frame->llStartTime / 1e7 : 0.0; }
 
-        const double t = f->llStartTime >= 0 ? f->llStartTime / 1e7 : 0.0;
-        for (size_t i = 0; i < captures.size(); ++i)
-            if (!taken[i] && t + 1e-9 >= captures[i].seconds) {
-                Capture(stage, captures[i]);
-                taken[i] = true;
-                ++st.capturesTaken;
-            }
-        progress.Update(st.framesOut, expectedFrames);
-        if (PCVideoForward(stage, 1) < 1)
-            break;
-    }
-    for (size_t i = 0; i < captures.size(); ++i)
-        if (!taken[i]) {
+bool VideoLoop::Step()
+{
+    const MEDIA_FRAME* f = m_frame;
+    if (!f)
+        return false;
+    const long long pos = m_counter.Position();
+    if (pos == m_lastShown)
+        ++m_st.repeats;
+    else
+        ++m_distinctShown;
+    m_lastShown = pos;
+
+    if (!m_sink.WriteVideo(f))
+        throw ProcessingError(m_sink.Error());
+    ++m_st.framesOut;
+
+    const double t = f->llStartTime >= 0 ? f->llStartTime / 1e7 : 0.0;
+    for (size_t i = 0; i < m_captures.size(); ++i)
+        if (!m_taken[i] && t + 1e-9 >= m_captures[i].seconds) {
+            Capture(m_stage, m_captures[i]);
+            m_taken[i] = true;
+            ++m_st.capturesTaken;
+        }
+    m_frame = PCVideoForward(m_stage, 1) < 1 ? nullptr : PCGetVideoFrame(m_stage);
+    return m_frame != nullptr;
+}
+
+VideoRunStats VideoLoop::Finish(double seconds)
+{
+    for (size_t i = 0; i < m_captures.size(); ++i)
+        if (!m_taken[i]) {
             char at[32];
-            std::snprintf(at, sizeof(at), "%g", captures[i].seconds);
-            throw ProcessingError(captures[i].path + ": capture at " + at +
+            std::snprintf(at, sizeof(at), "%g", m_captures[i].seconds);
+            throw ProcessingError(m_captures[i].path + ": capture at " + at +
                                   " s not taken (the video ends before that time)");
         }
-    st.sourceFrames = counter.Position();
-    st.skips = st.sourceFrames - distinctShown;
-    if (st.skips < 0)
-        st.skips = 0;
-    st.seconds = progress.ElapsedSeconds();
-    return st;
+    m_st.sourceFrames = m_counter.Position();
+    m_st.skips = m_st.sourceFrames - m_distinctShown;
+    if (m_st.skips < 0)
+        m_st.skips = 0;
+    m_st.seconds = seconds;
+    return m_st;
+}
+
+VideoRunStats RunVideo(VideoDecoder* stage, const CountingVideoSource& counter, MediaSink& sink,
+                       const std::vector<CaptureRequest>& captures, Progress& progress, long long expectedFrames)
+{
+    VideoLoop loop(stage, counter, sink, captures);
+    while (loop.Step())
+        progress.Update(loop.FramesOut(), expectedFrames);
+    return loop.Finish(progress.ElapsedSeconds());
 }
 
 } // namespace dptool

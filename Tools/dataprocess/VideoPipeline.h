@@ -13,7 +13,6 @@
 #include "OptionParsers.h"
 #include "Progress.h"
 
-class Y4mWriter;
 
 namespace dptool {
 
@@ -52,10 +51,39 @@ struct VideoRunStats {
     double seconds = 0.0;
 };
 
-// Reads every picture of `stage` into `writer` (already open with the
-// stage's size and rate), takes the captures when their time comes, and
-// shows progress. Throws ProcessingError on a write or capture failure.
-VideoRunStats RunVideo(VideoDecoder* stage, const CountingVideoSource& counter, Y4mWriter& writer,
+class MediaSink;
+
+// Reads the pictures of `stage` one at a time into a sink, taking the
+// captures when their time comes. Throws ProcessingError on a write or
+// capture failure.
+class VideoLoop {
+public:
+    VideoLoop(VideoDecoder* stage, const CountingVideoSource& counter, MediaSink& sink,
+              const std::vector<CaptureRequest>& captures);
+    // Writes the current picture and moves on; false once every picture is
+    // written.
+    bool Step();
+    // Start of the picture the next Step writes, in seconds.
+    double NextTime() const;
+    long long FramesOut() const { return m_st.framesOut; }
+    // After the last Step: checks that every capture was taken.
+    VideoRunStats Finish(double seconds);
+
+private:
+    VideoDecoder* m_stage;
+    const CountingVideoSource& m_counter;
+    MediaSink& m_sink;
+    const std::vector<CaptureRequest>& m_captures;
+    std::vector<bool> m_taken;
+    const MEDIA_FRAME* m_frame = nullptr;
+    long long m_lastShown = 0;
+    long long m_distinctShown = 0;
+    VideoRunStats m_st;
+};
+
+// The whole loop for the video command, with progress over
+// `expectedFrames` (0 when unknown).
+VideoRunStats RunVideo(VideoDecoder* stage, const CountingVideoSource& counter, MediaSink& sink,
                        const std::vector<CaptureRequest>& captures, Progress& progress, long long expectedFrames);
 
 } // namespace dptool

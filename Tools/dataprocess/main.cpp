@@ -41,6 +41,7 @@ int main(int argc, char** argv)
     dptool::AddDemoCommand(app, run);
     dptool::AddVideoCommand(app, run);
     dptool::AddAudioCommand(app, run);
+    dptool::AddConvertCommand(app, run);
     dptool::AddBmp2JpegCommand(app, run);
 
     try {

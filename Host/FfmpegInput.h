@@ -1,0 +1,89 @@
+// One stream of a media file read through FFmpeg's libavformat and decoded
+// with libavcodec: what FfmpegVideoSource and FfmpegAudioSource share.
+//
+// Open picks the best stream of the asked kind (FFmpeg's own choice: the
+// default stream, else the one with most data) and opens its decoder. Next
+// hands out decoded frames in order; a packet the decoder refuses, or a
+// frame it marks as damaged, does not stop decoding: it is counted
+// (DamagedPackets) and reading goes on. SeekBefore moves to the keyframe at
+// or before a time and empties the decoder.
+//
+// Times: the file's start time is the origin of both the audio and the
+// video stamps (so that the streams of one file stay in step), in 100 ns
+// units.
+#ifndef DATAPROCESS_HOST_FFMPEGINPUT_H
+#define DATAPROCESS_HOST_FFMPEGINPUT_H
+
+#include <cstdint>
+#include <string>
+
+struct AVFormatContext;
+struct AVCodecContext;
+struct AVStream;
+struct AVPacket;
+struct AVFrame;
+
+class FfmpegInput {
+public:
+    enum Kind { VIDEO, AUDIO };
+
+    FfmpegInput() = default;
+    ~FfmpegInput();
+    FfmpegInput(const FfmpegInput&) = delete;
+    FfmpegInput& operator=(const FfmpegInput&) = delete;
+
+    // Opens `path` (UTF-8, a file or anything FFmpeg opens) and its best
+    // stream of `kind`. False with Error() set, e.g.
+    // "in.mp4: no video stream" or "x.txt: cannot open (Invalid data found
+    // when processing input)".
+    bool Open(const std::string& path, Kind kind);
+    void Close();
+    bool IsOpen() const { return m_codec != nullptr; }
+    // The last Open failed because the file has no stream of the kind asked.
+    bool NoStream() const { return m_noStream; }
+
+    // The next decoded frame into `frame` (its old content released). False
+    // at the end of the stream; Error() is then set if reading failed
+    // rather than ended.
+    bool Next(AVFrame* frame);
+    // Moves to the keyframe at or before `units` (100 ns from the origin)
+    // and empties the decoder. False when the container cannot seek.
+    bool SeekBefore(int64_t units);
+
+    AVStream* Stream() const { return m_stream; }
+    AVCodecContext* Codec() const { return m_codec; }
+    AVFormatContext* Format() const { return m_format; }
+
+    // A time stamp in the stream's time base as 100 ns units from the origin,
+    // and back.
+    int64_t ToUnits(int64_t ts) const;
+    int64_t FromUnits(int64_t units) const;
+    // A length in the stream's time base as 100 ns units.
+    int64_t LengthToUnits(int64_t length) const;
+    // Length of the file in 100 ns units (0 when unknown).
+    int64_t DurationUnits() const;
+
+    long long DamagedPackets() const { return m_damaged; }
+    const std::string& Name() const { return m_name; }
+    const std::string& Error() const { return m_error; }
+
+private:
+    bool Fail(const std::string& what, int err = 0);
+
+    AVFormatContext* m_format = nullptr;
+    AVCodecContext* m_codec = nullptr;
+    AVStream* m_stream = nullptr;
+    AVPacket* m_packet = nullptr;
+    int m_index = -1;
+    int64_t m_origin = 0; // the file's start time, in the stream's time base
+    bool m_draining = false;
+    bool m_noStream = false;
+    long long m_damaged = 0;
+    std::string m_name;
+    std::string m_error;
+};
+
+// FFmpeg's text for an error code.
+std::string FfmpegErrorText(int err);
+
+#endif // DATAPROCESS_HOST_FFMPEGINPUT_H

@@ -1,0 +1,93 @@
+// A host video decoder over any file FFmpeg can open (MP4, MKV, MOV, WebM,
+// AVI, MPEG-TS, ...): the best video stream, decoded with libavcodec.
+//
+// Frames become YV12 MEDIA_FRAMEs of the stream's size. 8-bit 4:2:0 is
+// copied as it is; any other pixel format (4:2:2, 4:4:4, RGB, full-range
+// "J" formats, 10-bit) is converted with libswscale into the same frame;
+// deeper than 8 bits is converted to 8 with a warning (Warning()).
+//
+// Stamps, in 100 ns units from the file's start: start = the frame's
+// presentation time, stop = start + its duration (the stream's frame period
+// when the container does not say), nDuration = stop - start. Variable
+// frame rates keep their stamps; a constant-rate stage above makes them
+// even.
+//
+// Positioning behaves as the y4m source's: after Open the first frame is
+// current; Forward(n) decodes on and returns the count advanced (0 at the
+// end, where the last frame stays current). VideoSeekTime seeks to the
+// keyframe before the time and decodes forward to the frame whose interval
+// holds it; VideoSeek(n) seeks to the time of frame n at the stream's rate.
+//
+// Damaged packets are skipped or concealed by the decoder and counted
+// (DamagedPackets()); they do not stop reading.
+#ifndef DATAPROCESS_HOST_FFMPEGVIDEOSOURCE_H
+#define DATAPROCESS_HOST_FFMPEGVIDEOSOURCE_H
+
+#include <cstdint>
+#include <string>
+
+#include <DataProcess/Decoder.h>
+#include <DataProcess/MediaTypes.h>
+
+#include "FfmpegInput.h"
+
+struct SwsContext;
+
+class FfmpegVideoSource : public VideoDecoder {
+public:
+    FfmpegVideoSource();
+    ~FfmpegVideoSource() override;
+
+    int Close() override;
+    // `path` is converted to UTF-8. *error gets a HostFileError.
+    int Open(const wchar_t* path, const DecParam* param, int* error) override;
+    intptr_t SetExDecodeParam(unsigned int code, uintptr_t param1, uintptr_t param2) override;
+    const VideoInfo* GetVideoInfo() const override;
+    const VideoStreamInfo* GetVideoStreamInfo() const override;
+    // Moves to the frame shown at `seconds` and returns its start in seconds
+    // (-1 when the stream cannot seek).
+    double VideoSeekTime(double seconds, unsigned int flags) override;
+    // Moves to frame `frame` (counted at the stream's rate) and returns the
+    // number of the frame reached.
+    int VideoSeek(int frame, unsigned int flags) override;
+    const MEDIA_FRAME* GetFrame() const override;
+    // Number of the current frame: its start time at the stream's rate.
+    int GetFrameOffset() const override;
+    int Forward(int count) override;
+
+    // The same as Open, with a UTF-8 path. Returns a HostFileError.
+    int OpenPath(const std::string& path);
+
+    int Width() const { return m_stream.videoInfo.nWidth; }
+    int Height() const { return m_stream.videoInfo.nHeight; }
+    double FrameRate() const { return m_stream.videoInfo.dFrameRate; }
+    // Length of the file in 100 ns units (0 when unknown).
+    int64_t DurationUnits() const { return m_in.DurationUnits(); }
+    // The decoder's name and the stream's pixel format, e.g. "h264, yuv420p".
+    const std::string& Description() const { return m_description; }
+    long long DamagedPackets() const { return m_in.DamagedPackets(); }
+    // The last Open failed because the file has no video stream.
+    bool NoStream() const { return m_in.NoStream(); }
+    const std::string& Warning() const { return m_warning; }
+    const std::string& LastError() const { return m_error.empty() ? m_in.Error() : m_error; }
+
+private:
+    bool DecodeNext(); // the next frame into the current picture; false at the end
+    bool Convert();    // m_decoded -> m_frame
+    void FillStreamBlock();
+
+    FfmpegInput m_in;
+    AVFrame* m_decoded = nullptr;
+    SwsContext* m_sws = nullptr;
+    MEDIA_FRAME* m_frame = nullptr;
+    bool m_current = false; // m_frame holds a picture
+    bool m_ended = false;
+    int64_t m_period = 0;   // one frame at the stream's rate, 100 ns
+    int64_t m_nextStart = 0; // where a frame without a time stamp starts
+    VideoStreamInfo m_stream{};
+    std::string m_description;
+    std::string m_warning;
+    std::string m_error;
+};
+
+#endif // DATAPROCESS_HOST_FFMPEGVIDEOSOURCE_H

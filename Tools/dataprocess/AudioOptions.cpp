@@ -1,0 +1,79 @@
+#include "AudioOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+
+#include "MediaInputs.h"
+#include "ToolErrors.h"
+
+namespace dptool {
+
+namespace {
+
+// "LENGTH" or "START:LENGTH", in seconds.
+FadeSpan ParseFade(const std::string& option, const std::string& text, bool* hasStart)
+{
+    FadeSpan f;
+    const auto colon = text.find(':');
+    char* end = nullptr;
+    const std::string len = colon == std::string::npos ? text : text.substr(colon + 1);
+    f.length = std::strtod(len.c_str(), &end);
+    bool ok = !len.empty() && *end == '\0' && f.length > 0;
+    *hasStart = colon != std::string::npos;
+    if (*hasStart) {
+        const std::string start = text.substr(0, colon);
+        f.start = std::strtod(start.c_str(), &end);
+        ok = ok && !start.empty() && *end == '\0' && f.start >= 0;
+    }
+    if (!ok)
+        throw UsageError(option + ": invalid value '" + text +
+                         "' (expected LENGTH or START:LENGTH in seconds, e.g. 2 or 10:1.5)");
+    return f;
+}
+
+} // namespace
+
+AudioSettings MakeAudioSettings(const AudioArgs& a, const AudioInput& source)
+{
+    AudioSettings s;
+    s.rate = a.rate;
+    s.channels = a.channels;
+    s.volume = a.volume;
+    s.timeline = !a.noTimeline;
+    bool fadeInStart = false, fadeOutStart = false;
+    if (!a.fadeIn.empty())
+        s.fadeIn = ParseFade("--fade-in", a.fadeIn, &fadeInStart);
+    if (!a.fadeOut.empty())
+        s.fadeOut = ParseFade("--fade-out", a.fadeOut, &fadeOutStart);
+    if (source.BitsPerSample() != 16 && (s.rate || s.channels))
+        throw ProcessingError(source.Path() + ": " + std::to_string(source.BitsPerSample()) +
+                              "-bit audio cannot be converted (rate and channel conversion take 16-bit PCM)");
+    if (s.fadeOut && !fadeOutStart) {
+        // A fade-out given by its length ends with the input.
+        const double duration = source.DurationSeconds();
+        if (duration < 0)
+            throw UsageError("--fade-out: the input's length is unknown (a stream); give START:LENGTH");
+        s.fadeOut->start = duration - s.fadeOut->length;
+        if (s.fadeOut->start < 0)
+            s.fadeOut->start = 0;
+    }
+    return s;
+}
+
+void AddAudioOptions(CLI::App* cmd, AudioArgs* args, const std::string& rateOption)
+{
+    cmd->add_option(rateOption, args->rate, "Output sample rate in Hz (default: the input's)")
+        ->check(CLI::Range(1000, 384000));
+    cmd->add_option("--channels", args->channels, "Output channels: 1, 2 or 6 (default: the input's)")
+        ->check(CLI::IsMember({1, 2, 6}));
+    cmd->add_option("--volume", args->volume, "Volume in percent (100 = unchanged)")->check(CLI::Range(0, 1000));
+    cmd->add_option("--fade-in", args->fadeIn, "Fade in: LENGTH seconds from the start, or START:LENGTH");
+    cmd->add_option("--fade-out", args->fadeOut, "Fade out: the last LENGTH seconds, or START:LENGTH");
+    cmd->add_flag("--no-timeline", args->noTimeline,
+                  "Do not even out the timeline (by default gaps in the time stamps are filled with silence and "
+                  "overlaps trimmed)");
+    cmd->add_flag("-v,--verbose", args->verbose, "Show the timeline stage's messages");
+}
+
+} // namespace dptool

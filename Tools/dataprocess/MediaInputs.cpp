@@ -1,0 +1,196 @@
+#include "MediaInputs.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+
+#include "ToolErrors.h"
+#include "WavAudioSource.h"
+#include "Y4mVideoSource.h"
+#ifdef DP_HAVE_FFMPEG
+#include "FfmpegAudioSource.h"
+#include "FfmpegVideoSource.h"
+#endif
+
+namespace dptool {
+
+namespace {
+
+std::string LowerExtension(const std::string& path)
+{
+    const auto slash = path.find_last_of('/');
+    const auto dot = path.find_last_of('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
+        return "";
+    std::string ext = path.substr(dot + 1);
+    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    return ext;
+}
+
+#ifdef DP_HAVE_FFMPEG
+void WarnDamaged(const std::string& path, long long damaged)
+{
+    if (damaged > 0)
+        Warn(path + ": " + std::to_string(damaged) + " damaged packet" + (damaged == 1 ? "" : "s") +
+             " skipped or concealed by the decoder");
+}
+#else
+[[noreturn]] void NoFfmpeg(const std::string& path, const char* plain)
+{
+    throw ProcessingError(path + ": this build reads only ." + plain +
+                          " files (it was built without FFmpeg; install FFmpeg's development packages and rebuild)");
+}
+#endif
+
+} // namespace
+
+bool ReadsThroughFfmpeg(const std::string& path, const char* plainExtension)
+{
+    return path != "-" && LowerExtension(path) != plainExtension;
+}
+
+void Warn(const std::string& line) { std::fprintf(stderr, "warning: %s\n", line.c_str()); }
+
+VideoInput::VideoInput(const std::string& path, bool optional) : m_path(path)
+{
+    if (optional && !ReadsThroughFfmpeg(path, "wav"))
+        return; // a WAV file: no video
+    if (ReadsThroughFfmpeg(path, "y4m")) {
+#ifdef DP_HAVE_FFMPEG
+        m_ffmpeg = std::make_unique<FfmpegVideoSource>();
+        if (m_ffmpeg->OpenPath(path) != HOSTFILE_OK) {
+            if (optional && m_ffmpeg->NoStream()) {
+                m_ffmpeg.reset();
+                return;
+            }
+            throw ProcessingError(m_ffmpeg->LastError());
+        }
+        if (!m_ffmpeg->Warning().empty())
+            Warn(m_ffmpeg->Warning());
+        if (!m_ffmpeg->GetFrame())
+            throw ProcessingError(path + ": the video stream holds no picture");
+        return;
+#else
+        NoFfmpeg(path, "y4m");
+#endif
+    }
+    m_y4m = std::make_unique<Y4mVideoSource>();
+    if (m_y4m->OpenPath(path) != HOSTFILE_OK)
+        throw ProcessingError(m_y4m->LastError());
+}
+
+VideoInput::~VideoInput() = default;
+
+VideoDecoder* VideoInput::Decoder() const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg)
+        return m_ffmpeg.get();
+#endif
+    return m_y4m.get();
+}
+
+double VideoInput::Rate() const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg)
+        return m_ffmpeg->FrameRate();
+#endif
+    return m_y4m->RateNum() / double(m_y4m->RateDen());
+}
+
+char VideoInput::Interlacing() const { return m_y4m ? m_y4m->Interlacing() : 'p'; }
+
+double VideoInput::DurationSeconds() const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg)
+        return m_ffmpeg->DurationUnits() / 1e7;
+#endif
+    return m_y4m->FrameCount() > 0 ? m_y4m->FrameCount() * (m_y4m->FramePeriod() / 1e7) : 0.0;
+}
+
+void VideoInput::Finish() const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg) {
+        if (!m_ffmpeg->LastError().empty())
+            throw ProcessingError(m_ffmpeg->LastError());
+        WarnDamaged(m_path, m_ffmpeg->DamagedPackets());
+        return;
+    }
+#endif
+    if (m_y4m && (m_y4m->Truncated() || !m_y4m->LastError().empty()))
+        throw ProcessingError(m_y4m->LastError().empty() ? m_path + ": truncated stream" : m_y4m->LastError());
+}
+
+AudioInput::AudioInput(const std::string& path, bool optional) : m_path(path)
+{
+    if (optional && (path == "-" || !ReadsThroughFfmpeg(path, "y4m")))
+        return; // a y4m stream: no audio
+    if (ReadsThroughFfmpeg(path, "wav")) {
+#ifdef DP_HAVE_FFMPEG
+        m_ffmpeg = std::make_unique<FfmpegAudioSource>();
+        if (m_ffmpeg->OpenPath(path) != HOSTFILE_OK) {
+            if (optional && m_ffmpeg->NoStream()) {
+                m_ffmpeg.reset();
+                return;
+            }
+            throw ProcessingError(m_ffmpeg->LastError());
+        }
+        return;
+#else
+        NoFfmpeg(path, "wav");
+#endif
+    }
+    m_wav = std::make_unique<WavAudioSource>();
+    if (m_wav->OpenPath(path) != HOSTFILE_OK)
+        throw ProcessingError(m_wav->LastError());
+}
+
+AudioInput::~AudioInput() = default;
+
+AudioDecoder* AudioInput::Decoder() const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg)
+        return m_ffmpeg.get();
+#endif
+    return m_wav.get();
+}
+
+int AudioInput::BitsPerSample() const { return m_wav ? m_wav->BitsPerSample() : 16; }
+
+int AudioInput::SampleRate() const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg)
+        return m_ffmpeg->SampleRate();
+#endif
+    return m_wav->SampleRate();
+}
+
+double AudioInput::DurationSeconds() const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg)
+        return m_ffmpeg->DurationUnits() > 0 ? m_ffmpeg->DurationUnits() / 1e7 : -1.0;
+#endif
+    return m_wav->SampleFrameCount() < 0 ? -1.0 : double(m_wav->SampleFrameCount()) / m_wav->SampleRate();
+}
+
+void AudioInput::Finish() const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg) {
+        if (!m_ffmpeg->LastError().empty())
+            throw ProcessingError(m_ffmpeg->LastError());
+        WarnDamaged(m_path, m_ffmpeg->DamagedPackets());
+        return;
+    }
+#endif
+    if (m_wav && m_wav->Truncated())
+        throw ProcessingError(m_wav->LastError().empty() ? m_path + ": truncated stream" : m_wav->LastError());
+}
+
+} // namespace dptool

@@ -1,0 +1,76 @@
+// The tool's inputs: a y4m or WAV file (or standard input, "-") read by the
+// project's own sources, anything else by the FFmpeg sources when the tool
+// was built with them.
+#ifndef DATAPROCESS_TOOL_MEDIAINPUTS_H
+#define DATAPROCESS_TOOL_MEDIAINPUTS_H
+
+#include <memory>
+#include <string>
+
+#include <DataProcess/DataProcess.h>
+
+class Y4mVideoSource;
+class WavAudioSource;
+class FfmpegVideoSource;
+class FfmpegAudioSource;
+
+namespace dptool {
+
+// True when `path` is read by FFmpeg rather than by the y4m/WAV readers
+// (`plainExtension` is "y4m" or "wav").
+bool ReadsThroughFfmpeg(const std::string& path, const char* plainExtension);
+
+// Lines about an input that are warnings, not failures (printed even with
+// --quiet).
+void Warn(const std::string& line);
+
+class VideoInput {
+public:
+    // Opens `path`; throws ProcessingError with the reader's message. With
+    // `optional`, a file without a video stream is no error: Decoder() is
+    // then null.
+    explicit VideoInput(const std::string& path, bool optional = false);
+    ~VideoInput();
+
+    VideoDecoder* Decoder() const;
+    double Rate() const;
+    // The y4m I tag ('p', 't', 'b', 'm', '?'); 'p' for other files.
+    char Interlacing() const;
+    // Length in seconds; 0 when unknown.
+    double DurationSeconds() const;
+    // After the last frame: throws ProcessingError when the input did not
+    // read cleanly to its end, warns about damaged packets otherwise.
+    void Finish() const;
+
+private:
+    std::string m_path;
+    std::unique_ptr<Y4mVideoSource> m_y4m;
+#ifdef DP_HAVE_FFMPEG
+    std::unique_ptr<FfmpegVideoSource> m_ffmpeg;
+#endif
+};
+
+class AudioInput {
+public:
+    explicit AudioInput(const std::string& path, bool optional = false);
+    ~AudioInput();
+
+    AudioDecoder* Decoder() const;
+    const std::string& Path() const { return m_path; }
+    int BitsPerSample() const;
+    int SampleRate() const;
+    // Length in seconds; negative when unknown (a stream).
+    double DurationSeconds() const;
+    void Finish() const;
+
+private:
+    std::string m_path;
+    std::unique_ptr<WavAudioSource> m_wav;
+#ifdef DP_HAVE_FFMPEG
+    std::unique_ptr<FfmpegAudioSource> m_ffmpeg;
+#endif
+};
+
+} // namespace dptool
+
+#endif // DATAPROCESS_TOOL_MEDIAINPUTS_H
