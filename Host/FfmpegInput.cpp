@@ -7,6 +7,9 @@ extern "C" {
 #include <libavutil/mathematics.h>
 }
 
+#include <cstdlib>
+#include <cstring>
+
 namespace {
 
 constexpr AVRational kUnits = {1, 10000000};
@@ -21,6 +24,15 @@ std::string FfmpegErrorText(int err)
     char text[AV_ERROR_MAX_STRING_SIZE] = {0};
     av_strerror(err, text, sizeof(text));
     return text;
+}
+
+void FfmpegQuietLogs()
+{
+    // FFmpeg's own messages would interleave with the tool's lines; its
+    // findings reach the user through the sources' and the writer's errors.
+    // DP_FFMPEG_LOG=1 shows them (warnings and worse) for a closer look.
+    const char* show = std::getenv("DP_FFMPEG_LOG");
+    av_log_set_level(show && *show && std::strcmp(show, "0") != 0 ? AV_LOG_WARNING : AV_LOG_QUIET);
 }
 
 FfmpegInput::~FfmpegInput() { Close(); }
@@ -52,9 +64,7 @@ bool FfmpegInput::Open(const std::string& path, Kind kind)
     m_error.clear();
     m_damaged = 0;
     m_noStream = false;
-    // FFmpeg's own messages would interleave with the tool's lines; its
-    // findings reach the user through Error() and DamagedPackets().
-    av_log_set_level(AV_LOG_QUIET);
+    FfmpegQuietLogs();
 
     int err = avformat_open_input(&m_format, path.c_str(), nullptr, nullptr);
     if (err < 0)
@@ -88,6 +98,7 @@ bool FfmpegInput::Open(const std::string& path, Kind kind)
         return Fail("cannot set up the decoder", err);
     m_codec->pkt_timebase = m_stream->time_base;
     m_codec->thread_count = 0; // as many as the machine has
+    m_codec->err_recognition |= AV_EF_CRCCHECK | AV_EF_EXPLODE;
     err = avcodec_open2(m_codec, decoder, nullptr);
     if (err < 0)
         return Fail(std::string("cannot open the ") + decoder->name + " decoder", err);

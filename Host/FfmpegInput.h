@@ -85,5 +85,7 @@ private:
 
 // FFmpeg's text for an error code.
 std::string FfmpegErrorText(int err);
+// Silences FFmpeg's log unless DP_FFMPEG_LOG is set (then warnings show).
+void FfmpegQuietLogs();
 
 #endif // DATAPROCESS_HOST_FFMPEGINPUT_H

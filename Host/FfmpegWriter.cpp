@@ -206,7 +206,7 @@ bool FfmpegWriter::Open(const std::string& path, const FfmpegOutputFormat& forma
         m_error = why;
         return false;
     }
-    av_log_set_level(AV_LOG_QUIET);
+    FfmpegQuietLogs();
     int err = avformat_alloc_output_context2(&m_mux, nullptr, nullptr, path.c_str());
     if (err < 0 || !m_mux)
         return Fail("cannot set up the container", err);
@@ -254,6 +254,9 @@ bool FfmpegWriter::OpenVideo()
     m_videoStream = avformat_new_stream(m_mux, nullptr);
     if (!m_video || !m_videoStream)
         return Fail("cannot set up the " + m_format.videoCodec + " encoder");
+    if (m_format.videoCodec == "h264" && ((m_format.width | m_format.height) & 1))
+        return Fail("H.264 takes only even sizes (the picture is " + std::to_string(m_format.width) + "x" +
+                    std::to_string(m_format.height) + "; choose an even --size, or --codec ffv1 in .mkv)");
     AVCodecContext* c = m_video;
     c->width = m_format.width;
     c->height = m_format.height;
