@@ -28,6 +28,15 @@ constexpr int64_t kJumpTolerance = 32;
 // Samples decoded before a seek target and dropped.
 constexpr int64_t kRunIn = 2048;
 
+int64_t FramePacketDuration(const AVFrame* f)
+{
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(57, 30, 100)
+    return f->duration;
+#else
+    return f->pkt_duration;
+#endif
+}
+
 int64_t UnitsOfSample(int64_t sample, int rate)
 {
     // round(sample * 10^7 / rate), halves up, without overflow for any
@@ -133,8 +142,20 @@ bool FfmpegAudioSource::DecodeBlock(int64_t skipBefore)
                 m_position = at;
         }
         m_started = true;
+        // A last frame the encoder padded says in its packet's duration how
+        // much of it is real (MP4 keeps that); the rest is cut. Only where
+        // the time base counts single samples: Matroska rounds durations to
+        // the millisecond.
+        int samples = d->nb_samples;
+        const int64_t length = FramePacketDuration(d);
+        const AVRational tb = m_in.Stream()->time_base;
+        if (length > 0 && tb.num == 1 && tb.den >= rate) {
+            const int64_t real = av_rescale_q(length, tb, AVRational{1, rate});
+            if (real > 0 && real < samples)
+                samples = static_cast<int>(real);
+        }
         const int64_t first = m_position;
-        m_position += d->nb_samples;
+        m_position += samples;
         int skip = 0;
         if (skipBefore > first) {
             if (skipBefore >= m_position)
@@ -170,7 +191,7 @@ bool FfmpegAudioSource::DecodeBlock(int64_t skipBefore)
             m_error = m_in.Name() + ": cannot convert its samples to 16-bit";
             return false;
         }
-        const int kept = std::max(0, got - skip);
+        const int kept = std::max(0, std::min(got, samples) - skip);
         if (skip > 0 && kept > 0)
             std::memmove(m_block->pData, m_block->pData + static_cast<size_t>(skip) * channels * 2,
                          static_cast<size_t>(kept) * channels * 2);

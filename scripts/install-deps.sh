@@ -5,6 +5,7 @@
 #   scripts/install-deps.sh            build, tests, tool and demo
 #   scripts/install-deps.sh bench      + the peer libraries the benchmark compares with
 #   scripts/install-deps.sh fuzz       + clang and libFuzzer for the fuzz targets
+#   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs, to look at what the tool wrote
 #
 # The library itself needs only the C and C++ runtimes; Highway (SIMD
 # kernels) is optional and used when found. FFmpeg's libraries serve the
@@ -17,7 +18,8 @@ for group in "$@"; do
   case "$group" in
     bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
-    *) echo "install-deps.sh: unknown group '$group' (bench, fuzz)" >&2; exit 2 ;;
+    probe) packages+=(ffmpeg) ;;
+    *) echo "install-deps.sh: unknown group '$group' (bench, fuzz, probe)" >&2; exit 2 ;;
   esac
 done
 
