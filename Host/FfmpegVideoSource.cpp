@@ -57,6 +57,7 @@ int FfmpegVideoSource::Close()
     m_frame = nullptr;
     m_current = false;
     m_ended = false;
+    m_variableRate = false;
     m_period = 0;
     m_nextStart = 0;
     m_description.clear();
@@ -111,6 +112,8 @@ int FfmpegVideoSource::OpenPath(const std::string& path)
     vi.nHeight = c->height;
     vi.dFrameRate = rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 25.0;
     m_period = static_cast<int64_t>(std::llround(1e7 / vi.dFrameRate));
+    const AVRational base = s->r_frame_rate;
+    m_variableRate = base.num > 0 && base.den > 0 && std::fabs(av_q2d(base) - vi.dFrameRate) > 0.01 * vi.dFrameRate;
     if (s->nb_frames > 0 && s->nb_frames < INT_MAX)
         vi.nFrameCount = static_cast<int32_t>(s->nb_frames);
     else if (m_in.DurationUnits() > 0)

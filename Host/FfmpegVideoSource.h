@@ -61,6 +61,9 @@ public:
     int Width() const { return m_stream.videoInfo.nWidth; }
     int Height() const { return m_stream.videoInfo.nHeight; }
     double FrameRate() const { return m_stream.videoInfo.dFrameRate; }
+    // The container says the pictures come at varying intervals (its
+    // average rate and its base rate differ).
+    bool VariableRate() const { return m_variableRate; }
     // Length of the file in 100 ns units (0 when unknown).
     int64_t DurationUnits() const { return m_in.DurationUnits(); }
     // The decoder's name and the stream's pixel format, e.g. "h264, yuv420p".
@@ -82,6 +85,7 @@ private:
     MEDIA_FRAME* m_frame = nullptr;
     bool m_current = false; // m_frame holds a picture
     bool m_ended = false;
+    bool m_variableRate = false;
     int64_t m_period = 0;   // one frame at the stream's rate, 100 ns
     int64_t m_nextStart = 0; // where a frame without a time stamp starts
     VideoStreamInfo m_stream{};

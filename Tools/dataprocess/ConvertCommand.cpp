@@ -52,6 +52,7 @@ int RunConvertCommand(const ConvertArgs& a)
     std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> videoStage(nullptr, PCVideoDestroy);
     VideoOutputFormat vf;
     if (videoIn.Decoder()) {
+        videoIn.NoteVariableRate(vs.rate);
         counter = std::make_unique<CountingVideoSource>(videoIn.Decoder());
         stamped = std::make_unique<InclusiveStopSource>(counter.get());
         videoStage.reset(CreateVideoStage(stamped.get(), vs));

@@ -110,6 +110,22 @@ double VideoInput::DurationSeconds() const
     return m_y4m->FrameCount() > 0 ? m_y4m->FrameCount() * (m_y4m->FramePeriod() / 1e7) : 0.0;
 }
 
+void VideoInput::NoteVariableRate(double chosenRate) const
+{
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg && m_ffmpeg->VariableRate() && chosenRate <= 0) {
+        char text[160];
+        std::snprintf(text, sizeof(text),
+                      ": variable frame rate; pictures are repeated or skipped to an even %.3f fps, the average "
+                      "(--rate chooses another)",
+                      m_ffmpeg->FrameRate());
+        Warn(m_path + text);
+    }
+#else
+    (void)chosenRate;
+#endif
+}
+
 void VideoInput::Finish() const
 {
 #ifdef DP_HAVE_FFMPEG

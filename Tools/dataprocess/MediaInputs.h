@@ -38,6 +38,9 @@ public:
     char Interlacing() const;
     // Length in seconds; 0 when unknown.
     double DurationSeconds() const;
+    // Says so when the pictures come at varying intervals and the stage
+    // will even them out at the average rate (no --rate given).
+    void NoteVariableRate(double chosenRate) const;
     // After the last frame: throws ProcessingError when the input did not
     // read cleanly to its end, warns about damaged packets otherwise.
     void Finish() const;

@@ -40,6 +40,7 @@ int RunVideoCommand(const VideoCommandArgs& a)
 
     // Inputs are checked before any output is started.
     VideoInput source(a.input);
+    source.NoteVariableRate(s.rate);
     CountingVideoSource counter(source.Decoder());
     InclusiveStopSource stamped(&counter);
     std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> stage(CreateVideoStage(&stamped, s), PCVideoDestroy);
