@@ -23,15 +23,17 @@ int main(int argc, char** argv)
     std::signal(SIGPIPE, SIG_IGN);
     CLI::App app{"dataprocess " DP_VERSION
                  " - scale, crop, turn, adjust, watermark and retime video; resample, mix, fade and\n"
-                 "even out audio; capture pictures to BMP or JPEG. Video is read and written as\n"
-                 "YUV4MPEG2 (.y4m), audio as WAV; '-' means standard input or output, so the tool\n"
-                 "sits in a pipe between a decoder and an encoder.",
+                 "even out audio; capture pictures to BMP or JPEG. Media files (.mp4, .mkv, ...)\n"
+                 "are read and written through FFmpeg's libraries when the tool was built with\n"
+                 "them; .y4m video and .wav audio always, and '-' means standard input or output\n"
+                 "(y4m or WAV), so the tool also sits in a pipe between a decoder and an encoder.",
                  "dataprocess"};
     // The SIMD level shows which kernels run (DP_SIMD / DP_FORCE_REFERENCE cap it).
     app.set_version_flag("--version", std::string("dataprocess " DP_VERSION " (SIMD kernels: ") + DPGetSimdLevel() + ")");
     app.require_subcommand(1);
     app.footer("Examples:\n"
                "  dataprocess demo --out out\n"
+               "  dataprocess convert in.mp4 -o out.mp4 --size 1280x720 --rate 30 --audio-rate 48000\n"
                "  dataprocess video in.y4m -o out.y4m --size 1280x720 --rate 30\n"
                "  dataprocess audio in.wav -o out.wav --rate 48000 --fade-in 2\n"
                "  dataprocess bmp2jpeg shot.bmp shot.jpg\n"
