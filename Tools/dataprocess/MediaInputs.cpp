@@ -46,7 +46,10 @@ void WarnDamaged(const std::string& path, long long damaged)
 
 bool ReadsThroughFfmpeg(const std::string& path, const char* plainExtension)
 {
-    return path != "-" && LowerExtension(path) != plainExtension;
+    // No extension (a device, a named pipe, /dev/stdin): the plain format,
+    // as for "-".
+    const std::string ext = LowerExtension(path);
+    return path != "-" && !ext.empty() && ext != plainExtension;
 }
 
 void Warn(const std::string& line) { std::fprintf(stderr, "warning: %s\n", line.c_str()); }

@@ -16,8 +16,9 @@ class FfmpegAudioSource;
 
 namespace dptool {
 
-// True when `path` is read by FFmpeg rather than by the y4m/WAV readers
-// (`plainExtension` is "y4m" or "wav").
+// True when `path` is read (or written) through FFmpeg rather than as y4m
+// or WAV (`plainExtension` is "y4m" or "wav"): a path with another
+// extension. "-" and paths without an extension are y4m or WAV.
 bool ReadsThroughFfmpeg(const std::string& path, const char* plainExtension);
 
 // Lines about an input that are warnings, not failures (printed even with
