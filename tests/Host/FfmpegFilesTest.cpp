@@ -111,10 +111,10 @@ TEST_P(FfmpegRoundTrip, PicturesStampsAndSamples)
     }
 }
 
-// H.264 at x264's default quality keeps the pattern above 35 dB.
+// H.264 at its default quality keeps the pattern above 45 dB (49.5 measured).
 INSTANTIATE_TEST_SUITE_P(Codecs, FfmpegRoundTrip,
                          ::testing::Values(Case{"lossless.mkv", "ffv1", 175, INFINITY},
-                                           Case{"h264.mp4", "h264", 176, 35.0}),
+                                           Case{"h264.mp4", "h264", 176, 45.0}),
                          [](const auto& info) { return std::string(info.param.videoCodec); });
 
 // A time lands on the frame whose interval holds it; a frame number on that
