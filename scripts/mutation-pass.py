@@ -66,8 +66,9 @@ def main():
             if run(["cmake", "--build", args.build, "-j", "2"]):
                 verdict = "INVALID"
             else:
-                verdict = "CAUGHT" if run(["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120"],
-                                          env=env) else "SURVIVED"
+                # The first failing test decides: no need to run the rest.
+                verdict = "CAUGHT" if run(["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120",
+                                           "--stop-on-failure"], env=env) else "SURVIVED"
         finally:
             open(path, "w", encoding="utf-8").write(original)
         results.append((name, verdict))
