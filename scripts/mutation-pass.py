@@ -6,7 +6,10 @@ test failed (CAUGHT), all passed (SURVIVED), or the mutant did not build
 (INVALID). The mutated file is restored after every mutant, also on errors
 and Ctrl-C.
 
-  scripts/mutation-pass.py [--build DIR] [--only NAME,...] [--out FILE]
+  scripts/mutation-pass.py [--build DIR] [--only NAME,...] [--out FILE] [--map FILE]
+
+With --map the whole suite runs for every mutant and FILE gets, per mutant,
+the tests that failed: which tests are the only ones to catch a fault.
 
 Lines of mutants.txt: name, file, exact text, replacement, separated by tabs ("\\n" = a line
 break); the text must occur exactly once in the file.
@@ -36,11 +39,26 @@ def run(cmd, env=None, timeout=900):
                           timeout=timeout).returncode
 
 
+def catchers(ctest, env):
+    """Names of the tests that fail."""
+    out = subprocess.run(ctest, cwd=ROOT, env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                         text=True, timeout=900).stdout
+    tail = out.split("The following tests FAILED:")
+    names = []
+    if len(tail) > 1:
+        for line in tail[1].splitlines():
+            parts = line.strip().split(" - ", 1)
+            if len(parts) == 2:
+                names.append(parts[1].split(" (")[0].strip())
+    return names
+
+
 def main():
     ap = argparse.ArgumentParser()
     ap.add_argument("--build", default="build-mutants")
     ap.add_argument("--only", default="")
     ap.add_argument("--out", default="")
+    ap.add_argument("--map", default="")
     args = ap.parse_args()
     mutants = load(os.path.join(ROOT, "scripts", "mutants.txt"))
     if args.only:
@@ -66,9 +84,16 @@ def main():
             if run(["cmake", "--build", args.build, "-j", "2"]):
                 verdict = "INVALID"
             else:
-                # The first failing test decides: no need to run the rest.
-                verdict = "CAUGHT" if run(["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120",
-                                           "--stop-on-failure"], env=env) else "SURVIVED"
+                # The first failing test decides: no need to run the rest
+                # (unless the map wants every catcher).
+                ctest = ["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120"]
+                if args.map:
+                    failed = catchers(ctest, env)
+                    verdict = "CAUGHT" if failed else "SURVIVED"
+                    with open(args.map, "a", encoding="utf-8") as f:
+                        f.write(f"{name}\t{' '.join(failed)}\n")
+                else:
+                    verdict = "CAUGHT" if run(ctest + ["--stop-on-failure"], env=env) else "SURVIVED"
         finally:
             open(path, "w", encoding="utf-8").write(original)
         results.append((name, verdict))
