@@ -129,52 +129,6 @@ TEST(CaptureFiles, BmpAndJpegLeaveOnlyTheFinishedFile)
     EXPECT_GT(stilltest::Psnr(jpg, bmp), 30.0);
 }
 
-// Two threads capture from one stage (one to JPEG, one to BMP) while a
-// third pulls frames; the stage's frame lock keeps each capture whole.
-TEST(CaptureFiles, TwoCapturingThreadsBesideAReader)
-{
-    stilltest::TempDir dir;
-    SyntheticVideoSource src(Clip(64, 48));
-    const RESIZE_PARAM box = {80, 60, IMAGE_INTERPOLATION_BILINEAR, IMAGE_RESIZE_LETTERBOX};
-    VideoProcess vp(&src, &box, 0.0);
-    // Before its first picture the stage has no output frame and a capture
-    // takes the source's own picture (64 x 48).
-    ASSERT_NE(vp.GetFrame(), nullptr);
-
-    std::atomic<bool> stop(false);
-    std::thread reader([&] {
-        while (!stop.load()) {
-            vp.Forward(1);
-            const MEDIA_FRAME* f = vp.GetFrame();
-            ASSERT_NE(f, nullptr);
-        }
-    });
-    std::atomic<int> saved(0);
-    auto capturer = [&](const std::string& path, bool jpeg) {
-        for (int i = 0; i < 8; ++i)
-            saved += Capture(vp, path, jpeg);
-    };
-    std::thread jpegThread(capturer, dir.file("a.jpg"), true);
-    std::thread bmpThread(capturer, dir.file("b.bmp"), false);
-    jpegThread.join();
-    bmpThread.join();
-    stop.store(true);
-    reader.join();
-
-    EXPECT_EQ(saved.load(), 16);
-    EXPECT_EQ(Names(dir.path()), (std::vector<std::string>{"a.jpg", "b.bmp"}));
-    Picture jpg, bmp;
-    std::string why;
-    ASSERT_TRUE(ReadJpeg(dir.file("a.jpg"), &jpg, &why)) << why;
-    EXPECT_EQ(jpg.width, 80);
-    EXPECT_EQ(jpg.height, 60);
-    ExpectUpright(jpg);
-    ASSERT_TRUE(ReadBmp24(dir.file("b.bmp"), &bmp));
-    EXPECT_EQ(bmp.width, 80);
-    EXPECT_EQ(bmp.height, 60);
-    ExpectUpright(bmp);
-}
-
 // Two stages on two threads capture JPEG at once: the built-in encoder keeps
 // its state in globals, so whole conversions must not interleave. Pictures
 // of different sizes show any mix-up.

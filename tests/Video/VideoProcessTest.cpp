@@ -4,11 +4,9 @@
 // and a reader thread racing a setter thread.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdio>
 #include <string>
 #include <sys/stat.h>
-#include <thread>
 
 #include "SyntheticVideoSource.h"
 #include "VideoProcess.h"
@@ -230,69 +228,6 @@ TEST(VideoProcess, CaptureImage)
     EXPECT_EQ(VideoProcess(&src, nullptr, 0.0).CaptureImage(&wbmp[0], 0, 0), 0);
     EXPECT_EQ(VideoProcess(nullptr, nullptr, 0.0).CaptureImage(&wbmp[0], 0, 0), 0);
     EXPECT_EQ(FileSize(bmp), -1);
-}
-
-// One thread reads frames while another changes the settings, the crop, the
-// rotation and the user watermark, as the stage's locking allows; meaningful
-// under the sanitizer builds.
-TEST(VideoProcess, ReaderAndSetterThreadsRunTogether)
-{
-    SyntheticVideoConfig c;
-    c.width = 96;
-    c.height = 64;
-    c.frameCount = 100000;
-    SyntheticVideoSource src(c);
-    const RESIZE_PARAM box = {128, 96, IMAGE_INTERPOLATION_BILINEAR, IMAGE_RESIZE_LETTERBOX};
-    VideoProcess vp(&src, &box, 0.0);
-    std::atomic<bool> done(false);
-    std::atomic<int> frames(0);
-    std::thread reader([&] {
-        for (int i = 0; i < 300; ++i) {
-            vp.Forward(1);
-            if (const MEDIA_FRAME* f = vp.GetFrame()) {
-                // Touch the picture as a host would until its next call.
-                EXPECT_LT(f->pY[0] + f->pU[0] + f->pV[0] + Y(f, f->nWidth - 1, f->nHeight - 1), 4 * 256);
-                frames.fetch_add(1);
-            }
-        }
-        done.store(true);
-    });
-
-    auto opaque = Flat32(16, 8, {255, 255, 255, 255}), seeThrough = Flat32(16, 8, {255, 255, 255, 128});
-    const tagRECT crops[] = {{8, 8, 72, 56}, {0, 0, 0, 0}, {10, 4, 41, 33}, {0, 0, 96, 64}};
-    tagFRECT where = {0.1f, 0.1f, 0.4f, 0.3f}, moved = {0.5f, 0.6f, 0.8f, 0.8f};
-    for (int i = 0; !done.load(); ++i) {
-        const int round = i / 5;
-        switch (i % 5) {
-        case 0:
-            vp.SetBrightness(i % 40 - 20);
-            vp.SetExFilterFlag(static_cast<unsigned>(round) % 64);
-            vp.SetFlipFlag(static_cast<unsigned>(round) % 4);
-            vp.SetDeintelace(static_cast<DEINTERLACE_STYLE>(round % 6));
-            break;
-        case 1: vp.SetRotation(round % 3 == 0 ? 90 : (round % 3 == 1 ? 0 : 270), 0, 0); break;
-        case 2: vp.SetCropRect(&crops[round % 4], IMAGE_RESIZE_LETTERBOX); break;
-        case 3:
-            if (round % 3 == 2)
-                vp.SetUserWatermarkImage(nullptr, nullptr, nullptr, 0); // removed
-            else
-                vp.SetUserWatermarkImage(Info(round % 3 ? opaque : seeThrough), nullptr, &where, 80);
-            break;
-        case 4: vp.SetUserWatermarkImage(reinterpret_cast<tagBITMAPINFO*>(~uintptr_t(0)), nullptr, &moved, 60); break;
-        }
-        std::this_thread::yield();
-    }
-    reader.join();
-    EXPECT_GT(frames.load(), 0);
-
-    // Settled settings give a settled picture.
-    vp.SetRotation(0, 0, 0);
-    const tagRECT whole = {0, 0, 0, 0};
-    vp.SetCropRect(&whole, IMAGE_RESIZE_LETTERBOX);
-    const MEDIA_FRAME* f = vp.GetFrame();
-    ASSERT_NE(f, nullptr);
-    EXPECT_EQ(f->nWidth, 128);
-    EXPECT_EQ(f->nHeight, 96);
 }
 
 } // namespace
