@@ -140,70 +140,6 @@ TEST_F(AudioConverterTest, ResamplingInterpolatesFromTheHistory)
     EXPECT_DOUBLE_EQ(dp_audio::GetResamplerCarry(), -1.0);
 }
 
-TEST_F(AudioConverterTest, SmallCallsTrackTheRateRatio)
-{
-    struct Case { int channels, srcRate, dstRate; };
-    for (const Case& k : {Case{1, 44100, 48000}, Case{2, 48000, 44100}, Case{2, 22050, 48000}, Case{6, 44100, 32000}}) {
-        SCOPED_TRACE(testing::Message() << k.srcRate << " -> " << k.dstRate);
-        dp_audio::SetResamplerCarry(0.0);
-        CAudioConverter c(k.channels, k.channels, k.srcRate, k.dstRate, 0);
-        // A tenth of a second, one input frame per call.
-        const long long total = PutOneByOne(c, Samples(static_cast<size_t>(k.channels), 100), k.srcRate / 10);
-        EXPECT_LE(std::llabs(total - static_cast<long long>(k.dstRate / 10) * k.channels), k.channels);
-    }
-}
-
-TEST_F(AudioConverterTest, ChunkingChangesTheOutputOnlyWhereTheCarryMovesIt)
-{
-    Samples in(600);
-    for (size_t i = 0; i < in.size(); ++i)
-        in[i] = static_cast<short>((static_cast<int>(i) * 7919) % 20011 - 10000);
-    const int n = static_cast<int>(in.size());
-
-    // At an integer up-sampling ratio every call yields whole output frames
-    // at fixed input positions and the history carries the last frame over:
-    // the output does not depend on the cut.
-    CAudioConverter whole(1, 1, 1000, 2000, 0);
-    const Samples ref = FeedInChunks(whole, in, {n}, true);
-    ASSERT_EQ(ref.size(), 1200u);
-    for (const std::vector<int>& cut : std::vector<std::vector<int>>{{1}, {2}, {7}, {n - 3, 3}}) {
-        CAudioConverter c(1, 1, 1000, 2000, 0);
-        EXPECT_EQ(FeedInChunks(c, in, cut, true), ref) << "chunks of " << cut[0];
-    }
-
-    // Channel conversion alone: chunks of whole frames change nothing; a
-    // chunk that splits a frame drops that frame and shifts the pairing of
-    // all that follow.
-    const Samples mono = Convert(2, 1, in);
-    for (int size : {2, 8, n - 4, 7}) {
-        CAudioConverter c(2, 1, 8000, 8000, 0);
-        EXPECT_EQ(FeedInChunks(c, in, {size}) == mono, size % 2 == 0) << "chunks of " << size;
-    }
-
-    // 44100 -> 48000, the whole signal at once: trunc(441 / 0.91875 + 0.5) =
-    // 480 outputs. Output 0 sits at input position 441/480 - 1 = -0.08125,
-    // 0.91875 of the way from the zero history to the first sample.
-    Samples ramp(441);
-    for (size_t i = 0; i < ramp.size(); ++i)
-        ramp[i] = static_cast<short>(1000 + 50 * static_cast<int>(i));
-    CAudioConverter once(1, 1, 44100, 48000, 0);
-    const Samples out = FeedInChunks(once, ramp, {441}, true);
-    ASSERT_EQ(out.size(), 480u);
-    EXPECT_EQ(out[0], 918);
-    EXPECT_EQ(out[1], 1041); // 1000 + trunc(0.8375 * 50)
-    // In smaller calls a call rarely yields a whole number of outputs: the
-    // shared carry takes the remainder into the next call, so the count per
-    // call, and with it the interpolation points, depend on the cut and the
-    // samples differ. What holds for every cut: the total stays within one
-    // sample of 480, and every call ends on its last input.
-    for (const std::vector<int>& cut : std::vector<std::vector<int>>{{1}, {2}, {7}, {438, 3}}) {
-        dp_audio::SetResamplerCarry(0.0);
-        CAudioConverter c(1, 1, 44100, 48000, 0);
-        const long long got = static_cast<long long>(FeedInChunks(c, ramp, cut, true).size());
-        EXPECT_LE(std::llabs(got - 480), 1) << "chunks of " << cut[0];
-    }
-}
-
 TEST_F(AudioConverterTest, CarryLeftByAnotherRateChangesAnEqualRateCount)
 {
     // Kept deliberately: the carry is the process's, not the converter's,
@@ -247,26 +183,6 @@ TEST_F(AudioConverterTest, UpMixBeyondTheRoomEstimate)
     for (int k = 1; k <= 3; ++k)
         EXPECT_EQ(c.Put(in.data(), 2000), 12000 * k);
     EXPECT_EQ(Drain(c), want + want + want);
-}
-
-TEST(IntermixAudio, LimiterDropsAtOnceAndRecoversSlowly)
-{
-    const int n = 120000;
-    std::vector<short> a(n, 10000), b(n, 10000), out(n, 0);
-    a[0] = b[0] = 30000;
-    short* src[2] = {a.data(), b.data()};
-    EXPECT_EQ(IntermixAudio(src, 2, n, out.data()), 0);
-    EXPECT_EQ(out[0], 32767); // the gain drops to 32767 / 60000
-    EXPECT_EQ(out[1], 10922); // trunc(20000 * (32767/60000 + 2/441000))
-    EXPECT_TRUE(std::is_sorted(out.begin() + 1, out.end()));
-    EXPECT_LT(out[100000], 20000); // (1 - 0.546) / (2/441000): about 103000 samples to recover
-    EXPECT_EQ(out[n - 1], 20000);
-
-    a[0] = b[0] = -30000;
-    IntermixAudio(src, 2, 1, out.data());
-    EXPECT_EQ(out[0], -32767);
-    EXPECT_EQ(IntermixAudio(nullptr, 2, 4, out.data()) + IntermixAudio(src, 0, 4, out.data()), 0);
-    EXPECT_EQ(out[0], -32767); // nothing written
 }
 
 TEST(AudioConverterThreads, TwoConvertersOnTwoThreadsShareTheCarryRaceFree)

@@ -214,32 +214,6 @@ TEST_F(AudioStageTest, TimelineLogsEveryHundredthSmallDiscard)
                             "AudioEvenProcess::Throw away Audio Data 200 [0.002 sec/400 bytes] before 9.50 sec."}));
 }
 
-TEST_F(AudioStageTest, TimelineFillerOwedOverCloseAndSeekAndMissingSources)
-{
-    SyntheticAudioConfig cfg = Ramp(40 * 1024, {1024});
-    cfg.shifts = {{2, 10000000}};
-    SyntheticAudioSource src(cfg);
-    AudioDecoder* stage = PEAudioCreate(&src);
-    ASSERT_NE(stage, nullptr);
-    for (int i = 0; i < 4; ++i) // two blocks, then two filler chunks
-        ASSERT_NE(stage->GetNextFrame(), nullptr);
-    // Close frees the filler buffer; the filler still owed gets a new one.
-    EXPECT_EQ(stage->Close(), 1);
-    EXPECT_EQ(FrameBytes(stage->GetNextFrame()), Bytes(4096, 0));
-    // A seek drops the owed filler; the block held back comes out next.
-    stage->AudioSeek(1.0 + 2 * 1024 / 44100.0);
-    EXPECT_EQ(FrameBytes(stage->GetNextFrame()), SourceBytes(src, 2 * 1024, 1024));
-    PEAudioDestroy(stage); // the source stays the caller's, open and alive
-    EXPECT_EQ(src.CloseCalls(), 0);
-    EXPECT_NE(src.GetNextFrame(), nullptr);
-
-    EXPECT_EQ(PEAudioCreate(nullptr), nullptr);
-    PEAudioDestroy(nullptr);
-    AudioEvenProcess none(nullptr);
-    AudioProcess nothing(nullptr, 0, 0, 0, 1);
-    EXPECT_TRUE(!none.GetNextFrame() && none.AudioSeek(3.0) == 0.0 && !nothing.GetNextFrame());
-}
-
 TEST(ChangeVolume, ClampsToTheSignedLimits)
 {
     struct Row { int volume, in, out; };
@@ -281,46 +255,6 @@ TEST_F(AudioStageTest, FadeRampsFollowTheStartTime)
     }
 }
 
-TEST_F(AudioStageTest, WithoutTargetFormatFramesChangeInPlace)
-{
-    // Half-second blocks at 0, 0.5, ..., 3.5 s; fade-in over [2, 3] s; the
-    // volume goes to 80 % from block 5 on. Elsewhere the source's own
-    // samples pass untouched.
-    SyntheticAudioSource src(Ramp(8 * 22050, {22050}));
-    AudioProcess stage(&src, 0, 0, 0, 0);
-    stage.FadeInOut(2.0, 1.0, 0.0, 0.0);
-    const int volume[] = {100, 100, 100, 100, 0, 40, 80, 80};
-    for (int b = 0; b < 8; ++b) {
-        if (b == 5)
-            stage.SetVolum(80);
-        const MEDIA_FRAME* f = stage.GetNextFrame();
-        ASSERT_NE(f, nullptr);
-        const Bytes bytes = SourceBytes(src, b * 22050, 22050);
-        std::vector<short> want(bytes.size() / 2), got(want.size());
-        std::memcpy(want.data(), bytes.data(), bytes.size());
-        std::memcpy(got.data(), f->pData, std::min(bytes.size(), static_cast<size_t>(f->nDataSize)));
-        ChangeVolume16(want.data(), static_cast<int>(want.size()), volume[b]);
-        EXPECT_EQ(got, want) << "block " << b;
-    }
-    EXPECT_EQ(stage.GetNextFrame(), nullptr);
-}
-
-TEST_F(AudioStageTest, OwnFormatAndStreamRecord)
-{
-    SyntheticAudioSource src(Ramp(4410, {441}));
-    AudioProcess stage(&src, 48000, 1, 16, 0);
-    const unsigned char* own = reinterpret_cast<const unsigned char*>(stage.GetAudioStreamInfo());
-    const unsigned char* theirs = reinterpret_cast<const unsigned char*>(src.GetAudioStreamInfo());
-    // The source's 888-byte record with the own format embedded at byte 836
-    // (and returned by GetAudioInfo): rate, channels, bits, bytes per second,
-    // then the source's own double and int32.
-    const int32_t format[4] = {48000, 1, 16, 96000};
-    EXPECT_EQ(std::memcmp(own + 836, format, sizeof format), 0);
-    EXPECT_EQ(std::memcmp(stage.GetAudioInfo(), own + 836, 28), 0);
-    EXPECT_EQ(std::memcmp(own, theirs, 836), 0);
-    EXPECT_EQ(std::memcmp(own + 852, theirs + 852, 888 - 852), 0);
-}
-
 TEST_F(AudioStageTest, SmallFramesAreGatheredAndConvertedAtTheEnd)
 {
     // 600-byte frames: two are gathered and converted together, stamped
@@ -347,25 +281,6 @@ TEST_F(AudioStageTest, SmallFramesAreGatheredAndConvertedAtTheEnd)
     AudioProcess last(&one, 44100, 2, 16, 0);
     EXPECT_EQ(FrameBytes(last.GetNextFrame()), SourceBytes(one, 0, 200));
     EXPECT_EQ(last.GetNextFrame(), nullptr);
-}
-
-TEST_F(AudioStageTest, OutputFrameGrowsForLargeBlocks)
-{
-    // One second of stereo at 44100 becomes 288000 samples of six channels
-    // at 48000: 576000 bytes, more than the first 131072, so the buffer is
-    // remade with three bytes per sample. The last output frame lands on
-    // the last input frame (L, R, then four silent channels).
-    SyntheticAudioSource src(Ramp(2 * 44100, {44100}));
-    AudioProcess stage(&src, 48000, 6, 16, 0);
-    for (int b = 0; b < 2; ++b) {
-        const MEDIA_FRAME* f = stage.GetNextFrame();
-        ASSERT_TRUE(f && f->nDataSize == 576000);
-        EXPECT_EQ(f->nBufferSize, 864000);
-        Bytes last = SourceBytes(src, b * 44100 + 44099, 1);
-        last.resize(12, 0);
-        EXPECT_EQ(Bytes(f->pData + 576000 - 12, f->pData + 576000), last);
-    }
-    EXPECT_EQ(stage.GetNextFrame(), nullptr);
 }
 
 } // namespace

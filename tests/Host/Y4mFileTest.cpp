@@ -135,24 +135,6 @@ TEST(Y4mFile, WriterAndReaderRoundTrip)
     EXPECT_EQ(y4m::FrameStart(1000000, 1, 2147483647), INT64_MAX);   // clamped
 }
 
-// The writer's direction is in the round trip above.
-TEST(Y4mFile, PixelAspectMapsToDisplayAspect)
-{
-    // Square pixels in any spelling (none, 0:0, n:n) read as 0:0.
-    const struct { int w, h; const char* tag; int ax, ay; } cases[] = {
-        {720, 576, "A64:45", 16, 9}, {720, 480, "A8:9", 4, 3}, {1440, 1080, "A4:3", 16, 9},
-        {720, 576, "A0:0", 0, 0},    {640, 480, "A2:2", 0, 0}, {720, 576, "", 0, 0}};
-    filetest::TempDir dir;
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.tag);
-        const std::string header = "W" + std::to_string(c.w) + " H" + std::to_string(c.h) + " F25:1 " + c.tag;
-        Y4mVideoSource src;
-        ASSERT_EQ(src.OpenPath(dir.Put("a.y4m", MakeY4m(header, c.w, c.h, 1))), HOSTFILE_OK) << src.LastError();
-        EXPECT_EQ(src.GetVideoInfo()->nAspectX, c.ax);
-        EXPECT_EQ(src.GetVideoInfo()->nAspectY, c.ay);
-    }
-}
-
 // FRAME lines with parameters and X tags in the header: a file is indexed
 // frame by frame and seeks anywhere; standard input for "-", here a pipe,
 // seeks only forward, by reading through.

@@ -203,26 +203,4 @@ TEST(Filters, ChromaFillsThresholdsAndNegative)
     }
 }
 
-// 3 x 3, neighbour 4 bytes further: samples 0..4 take theirs from the plane
-// (sample 2's is the first of row 2); samples 5..8 read past it, in V
-// (already 128) in the packed layout, as 128 in any other, and keep their
-// values, clamped: 100 - 140 + 128 = 88, ..., 130 - 10 + 128 = 248 -> 235,
-// 140 - 240 + 128 = 28, then 150, 160, 10 -> 16, 240 -> 235.
-TEST(Filters, EmbossLastRowKeepsItsValues)
-{
-    const Bytes y{100, 110, 120, 130, 140, 150, 160, 10, 240}, want{88, 88, 88, 235, 28, 150, 160, 16, 235};
-    FramePtr f = MakeFrame(3, 3, y, {1, 2, 3, 4}, {5, 6, 7, 8});
-    FilterEmboss(f.get());
-    EXPECT_EQ((std::vector<Bytes>{want, Bytes(4, 128), Bytes(4, 128), Bytes(9, 77)}), FrameBytes(f.get()));
-    // Planes in separate buffers: nothing past the luma plane is read.
-    Bytes sy = y, su(4, 1), sv(4, 2);
-    MEDIA_FRAME other{};
-    other.nFrameType = 2;
-    other.pY = sy.data(), other.pU = su.data(), other.pV = sv.data();
-    other.nWidth = other.nHeight = 3;
-    FilterEmboss(&other);
-    EXPECT_EQ(want, sy);
-    FilterEmboss(nullptr);
-}
-
 } // namespace

@@ -56,25 +56,6 @@ TEST(OwnScalers, BilinearEnlargementWithNearestLastRowAndColumn)
     EXPECT_TRUE(dst8.UntouchedOutside(0, 1, 5, 3, true));
 }
 
-// Same-size scaling: steps 4096, fractions 0; every path copies exactly.
-// For the chroma scalers luma 2 x 2 is one chroma sample, the final row's
-// only one: left unwritten.
-TEST(OwnScalers, TwoByTwoToTwoByTwoCopiesExactly)
-{
-    TestPlane src(2, 2, 8, 4, 0), src8(2, 2, 2, 1, 0);
-    for (size_t i = 0; i < src.bytes.size(); ++i)
-        src.bytes[i] = static_cast<uint8_t>(3 + 7 * i);
-    src8.bytes = {11, 22, 33, 44};
-    for (Scaler fn : {DIB_ResizeBiLiner, DIB_ResizeNear, DIB_ResizeConvolve, DIB_ResizeBiLiner8, DIB_ResizeBiLinerUV,
-                      DIB_ResizeNearUV}) {
-        const bool is32 = fn == DIB_ResizeBiLiner || fn == DIB_ResizeNear || fn == DIB_ResizeConvolve;
-        TestPlane& s = is32 ? src : src8;
-        TestPlane dst(2, 2, s.pitch, s.bpp);
-        ASSERT_EQ(1, Scale(fn, s.Param(0, 0, 2, 2), dst.Param(0, 0, 2, 2)));
-        EXPECT_EQ(fn == DIB_ResizeBiLinerUV || fn == DIB_ResizeNearUV ? Bytes(4, kSent) : s.bytes, dst.bytes);
-    }
-}
-
 // A destination under 2 pixels either way is refused (the rule of the two
 // bilinear scalers; elsewhere the 12-bit steps would divide by zero), and so
 // is a region outside its buffer. Nothing is written.
@@ -104,52 +85,6 @@ TEST(OwnScalers, NarrowDestinationsAndRegionsOutsideBuffersAreRefused)
         for (Scaler fn : scalers32)
             EXPECT_EQ(0, Scale(fn, sd.first, sd.second));
     EXPECT_TRUE(dst.Untouched() && dst8.Untouched());
-}
-
-// DEFAULT acts as bilinear; convolution (3) is served by ImageResize only;
-// other values fail without writing. ImageAlphaResize is bilinear whatever
-// it is told.
-TEST(Dispatchers, DefaultIsBilinearAndConvolveOnlyFor32Bit)
-{
-    std::mt19937 rng(5);
-    TestPlane src32(7, 5, 32, 4, 0), src8(7, 5, 9, 1, 0);
-    src32.FillBytes(rng), src8.FillBytes(rng);
-    using Fn = int (*)(const IMG_PARAM&, IMG_PARAM&, IMAGE_INTERPOLATION);
-    auto luma = [](const IMG_PARAM& s, IMG_PARAM& d, IMAGE_INTERPOLATION i) { return ImageResizeY(s, d, i, 90); };
-    for (Fn fn : std::initializer_list<Fn>{ImageResize, ImageResize8, ImageResizeUV, luma, ImageAlphaResize}) {
-        const bool alpha = fn == ImageAlphaResize, convolve = fn == ImageResize, is32 = alpha || convolve;
-        std::vector<int> got;
-        std::vector<Bytes> out; // empty when nothing was written
-        for (int interp : {0, 2, 3, 4, -1}) {
-            TestPlane dst = is32 ? TestPlane(9, 7, 36, 4) : TestPlane(9, 7, 10);
-            IMG_PARAM d = dst.Param(0, 0, 9, 7);
-            got.push_back(fn((is32 ? src32 : src8).Param(1, 1, 5, 4), d, static_cast<IMAGE_INTERPOLATION>(interp)));
-            out.push_back(dst.Untouched() ? Bytes() : dst.bytes);
-        }
-        const Bytes bilinear = out[0], none;
-        EXPECT_EQ((std::vector<int>{1, 1, is32, alpha, alpha}), got);
-        EXPECT_FALSE(bilinear.empty() || (is32 && out[2].empty()));
-        EXPECT_EQ((std::vector<Bytes>{bilinear, bilinear, is32 ? out[2] : none, alpha ? bilinear : none,
-                                      alpha ? bilinear : none}),
-                  out);
-    }
-}
-
-// Source values 16 y + x. Region {1, 1, 4, 2} into {1, 0, 4, 3}:
-//  columns (i*4 + 2)/4 + 1 = 1, 2, 3, then x + cx = 5 (one past the region);
-//  rows (i*2 + 1)/3 + 1 = 1, 2; the source row adds src.y again: rows 2, 3.
-// The last destination row stays untouched. A whole 4 x 4 plane to 8 x 8
-// would read the byte after the buffer (the one-past column of row 3) and is
-// refused; with a fifth column it is not.
-TEST(DibResizeNear8, TablesDoubledRowOffsetAndUntouchedLastRow)
-{
-    TestPlane src(8, 6, 8, 1, 0), dst(5, 4, 6), tight(4, 4, 4, 1, 1), padded(5, 4, 5, 1, 1), big(8, 8, 8);
-    src.Fill([](int x, int y) { return 16 * y + x; });
-    ASSERT_EQ(1, Scale(DIB_ResizeNear8, src.Param(1, 1, 4, 2), dst.Param(1, 0, 4, 3)));
-    EXPECT_EQ((Grid{{S, 33, 34, 35, 37}, {S, 49, 50, 51, 53}, {S, S, S, S, S}, {S, S, S, S, S}}), dst.Read());
-    EXPECT_EQ(0, Scale(DIB_ResizeNear8, tight.Param(0, 0, 4, 4), big.Param(0, 0, 8, 8)));
-    EXPECT_TRUE(big.Untouched());
-    EXPECT_EQ(1, Scale(DIB_ResizeNear8, padded.Param(0, 0, 4, 4), big.Param(0, 0, 8, 8)));
 }
 
 // Luma 8 x 4 source (chroma 4 x 2, C = 10 y + x + 1) to a 6 x 6 luma region
@@ -187,93 +122,6 @@ TEST(ChromaScalers, HandWorkedValuesAndLoopBounds)
     }
 }
 
-// nAngle 90 on an 8 x 4 region: k = 4 / 8. Nearest shrinks by it (4 x 2
-// written from the corner, src(2x, 2y)); bilinear does not (a plain copy).
-// ResizeY takes the destination first: {0, 200} doubled gives 0, 100, 200,
-// 200 ((200 * 256 * 128 + 32768) >> 16 = 100).
-TEST(LumaScalers, QuarterTurnShrinksNearestButNotBilinear)
-{
-    TestPlane src(8, 4, 11, 1, 0), dn(8, 4, 9), db(8, 4, 9), two(2, 1, 2, 1, 0), out(4, 2, 5);
-    src.Fill([](int x, int y) { return x + 10 * y; });
-    auto nearest = [](const IMG_PARAM& s, IMG_PARAM& d) { return DIB_ResizeNearY(s, d, 90); };
-    auto bilinear = [](const IMG_PARAM& s, IMG_PARAM& d) { return DIB_ResizeBiLinerY(s, d, 90); };
-    ASSERT_EQ(1, Scale(nearest, src.Param(0, 0, 8, 4), dn.Param(0, 0, 8, 4)));
-    ASSERT_EQ(1, Scale(bilinear, src.Param(0, 0, 8, 4), db.Param(0, 0, 8, 4)));
-    for (int i = 0; i < 32; ++i) {
-        const int x = i % 8, y = i / 8;
-        EXPECT_EQ(x < 4 && y < 2 ? src.at(2 * x, 2 * y) : S, dn.at(x, y)) << x << "," << y;
-        EXPECT_EQ(src.at(x, y), db.at(x, y)) << x << "," << y;
-    }
-    two.bytes = {0, 200};
-    ASSERT_EQ(1, ResizeY(out.data(), 4, 2, 5, two.data(), 2, 1, 2, IMAGE_INTERPOLATION_BILINEAR));
-    EXPECT_EQ((Grid{{0, 100, 200, 200}, {0, 100, 200, 200}}), out.Read());
-}
-
-// 1 for multiples of 180, min / max of the region's sides otherwise; 0 for
-// an empty region.
-TEST(LumaScalers, CalcResizeScaleforRotate)
-{
-    IMG_PARAM d = {};
-    d.cx = 640, d.cy = 480;
-    for (int a : {0, 180, 360, -180, 540})
-        EXPECT_DOUBLE_EQ(1.0, CalcResizeScaleforRotate(d, a)) << a;
-    for (int a : {90, 270, 45, -90})
-        EXPECT_DOUBLE_EQ(0.75, CalcResizeScaleforRotate(d, a)) << a;
-    std::swap(d.cx, d.cy);
-    EXPECT_DOUBLE_EQ(0.75, CalcResizeScaleforRotate(d, 90));
-    d.cx = d.cy = 0;
-    EXPECT_DOUBLE_EQ(0.0, CalcResizeScaleforRotate(d, 90));
-}
-
-// A 4 x 4 picture copied (factor 1) into the region {2, 2, 4, 4} of an 8 x 8
-// frame: luma at rows and columns 2..5, chroma (records halved) at 1..2. An
-// unknown filter fails in every plane, yet the picture reports 1. The frame
-// form forwards the frames' planes and pitches, and ignores null frames.
-TEST(ImageResizeYV12, RegionWithOffsetAndHalvedChroma)
-{
-    TestPlane sy(4, 4, 5, 1, 0), su(2, 2, 3, 1, 0), sv(2, 2, 3, 1, 0);
-    sy.Fill([](int x, int y) { return 4 * y + x + 1; });
-    su.Fill([](int x, int y) { return 100 + 2 * y + x; });
-    sv.Fill([](int x, int y) { return 200 + 2 * y + x; });
-    IMG_PARAM s = sy.Param(0, 0, 4, 4);
-    MEDIA_FRAME fs = {}, fd = {};
-    fs.pY = sy.data(), fs.pU = su.data(), fs.pV = sv.data(), fs.nPitchY = 5, fs.nPitchU = fs.nPitchV = 3;
-    for (int interp : {0, 1, 2, 3, 10}) { // 10: the frame form, bilinear
-        SCOPED_TRACE(interp);
-        TestPlane dy(8, 8, 9), du(4, 4, 5), dv(4, 4, 5);
-        IMG_PARAM d = dy.Param(2, 2, 4, 4);
-        fd.pY = dy.data(), fd.pU = du.data(), fd.pV = dv.data(), fd.nPitchY = 9, fd.nPitchU = fd.nPitchV = 5;
-        if (interp == 10) {
-            ImageResizeYUV(s, nullptr, d, &fd, IMAGE_INTERPOLATION_BILINEAR, 0);
-            ImageResizeYUV(s, &fs, d, nullptr, IMAGE_INTERPOLATION_BILINEAR, 0);
-            ImageResizeYUV(s, &fs, d, &fd, IMAGE_INTERPOLATION_BILINEAR, 0);
-        } else {
-            ASSERT_EQ(1, ImageResizeYV12(s, sy.data(), su.data(), sv.data(), 5, 3, 3, d, dy.data(), du.data(),
-                                         dv.data(), 9, 5, 5, static_cast<IMAGE_INTERPOLATION>(interp), 0));
-        }
-        const bool none = interp == IMAGE_INTERPOLATION_CONVOLVE;
-        EXPECT_EQ(none ? Grid(4, std::vector<int>(4, S)) : sy.Read(), dy.Read(2, 2, 4, 4));
-        EXPECT_EQ(none ? Grid(2, std::vector<int>(2, S)) : su.Read(), du.Read(1, 1, 2, 2));
-        EXPECT_EQ(none ? Grid(2, std::vector<int>(2, S)) : sv.Read(), dv.Read(1, 1, 2, 2));
-        EXPECT_TRUE(dy.UntouchedOutside(2, 2, 4, 4) && du.UntouchedOutside(1, 1, 2, 2) &&
-                    dv.UntouchedOutside(1, 1, 2, 2));
-    }
-}
-
-// Four full-size planes (three colours and alpha), each scaled alike.
-TEST(ImageResizeYV444, FourFullSizePlanes)
-{
-    std::vector<TestPlane> in, out(4, TestPlane(4, 4, 4));
-    for (int i = 0; i < 4; ++i)
-        in.emplace_back(2, 2, 3, 1, static_cast<uint8_t>(10 * (i + 1)));
-    IMG_PARAM s = in[0].Param(0, 0, 2, 2), d = out[0].Param(0, 0, 4, 4);
-    ASSERT_EQ(1, ImageResizeYV444(s, in[0].data(), in[1].data(), in[2].data(), in[3].data(), 3, 3, 3, 3, d,
-                                  out[0].data(), out[1].data(), out[2].data(), out[3].data(), 4, 4, 4, 4,
-                                  IMAGE_INTERPOLATION_NEAREST));
-    for (size_t i = 0; i < 4; ++i)
-        EXPECT_EQ(Bytes(16, static_cast<uint8_t>(10 * (i + 1))), out[i].bytes) << i;
-}
-
 // Cubic convolution (parameter -1) to 5 columns.
 // {0, 100}: stepX 1024 (enlarged more than twice) switches the
 // pre-smoothing on. For sx 0 the samples {0, 0, 100, 100} become
@@ -300,51 +148,6 @@ TEST(DibResizeConvolve, SmoothedEnlargementAndClampedOvershoot)
     EXPECT_EQ((Grid{{1, 1, 1, 1, 3}, {2, 2, 2, 2, 4}}), d1.Read(0, 0, 5, 2, true, 3));
 }
 
-// Alpha overlay, 2 x 2 to 2 x 2 over a destination of all bytes 100.
-//  (0,0) interpolated: colour 200, a 128 -> (25600 + 12700)/255 = 150;
-//        fourth 127*100/255 + 128 = 177
-//  (1,0) last column: colour 50, a 255 -> 50; fourth byte kept
-//  (0,1) last row: a 0 -> 100;  (1,1): (20*51 + 204*100)/255 = 84
-// Mask {0, 128 / 255, 51} onto the same destination: 0 clears the pixel,
-// 128*100/255 = 50, 255 keeps 100, 51*100/255 = 20.
-TEST(Overlays, AlphaBlendAndMaskOntoFourthBytes)
-{
-    TestPlane src(2, 2, 8, 4, 0), mask(3, 2, 4, 1, 0);
-    const int colour[2][2] = {{200, 50}, {100, 20}}, alpha[2][2] = {{128, 255}, {0, 51}};
-    src.Fill(0, 0, 2, 2, [&](int x, int y) { return colour[y][x]; }, true);
-    for (int i = 0; i < 4; ++i)
-        src.bu(i % 2, i / 2, 3) = static_cast<uint8_t>(alpha[i / 2][i % 2]);
-    mask.bu(1, 0) = 0, mask.bu(2, 0) = 128, mask.bu(1, 1) = 255, mask.bu(2, 1) = 51;
-    TestPlane dst(2, 2, 8, 4, 100);
-    IMG_PARAM d = dst.Param(0, 0, 2, 2);
-    ASSERT_EQ(1, ImageAlphaResize(src.Param(0, 0, 2, 2), d, IMAGE_INTERPOLATION_NEAREST));
-    for (int b = 0; b < 3; ++b)
-        EXPECT_EQ((Grid{{150, 50}, {100, 84}}), dst.Read(0, 0, 2, 2, true, b));
-    EXPECT_EQ((Grid{{177, 100}, {100, 100}}), dst.Read(0, 0, 2, 2, true, 3));
-    for (Scaler fn : {ImageStretchMask, StretchMaskResizeNear}) {
-        TestPlane masked(2, 2, 8, 4, 100);
-        ASSERT_EQ(1, Scale(fn, mask.Param(1, 0, 2, 2), masked.Param(0, 0, 2, 2)));
-        EXPECT_EQ((Grid{{0, 100}, {100, 100}}), masked.Read(0, 0, 2, 2, true, 0));
-        EXPECT_EQ((Grid{{0, 50}, {100, 20}}), masked.Read(0, 0, 2, 2, true, 3));
-    }
-}
-
-// The uncalled luma simulation: region 3 x 2 of a 4-wide plane to 3 x 2
-// (steps 4096); row 0 averages (x, x+1) x (row 0, row 1), the right
-// neighbour of the last column being column 3 of the buffer; the last row
-// copies every second column only. In a 3-wide plane that neighbour lies
-// past the buffer: refused.
-TEST(DibResizeBiLinerYSimulate, AveragesAndSparseLastRow)
-{
-    TestPlane src(4, 2, 4, 1, 0), narrow(3, 2, 3, 1, 1), dst(3, 2, 3), dst2(3, 2, 3);
-    src.bytes = {10, 20, 30, 40, 50, 60, 70, 81};
-    auto simulate = [](const IMG_PARAM& s, IMG_PARAM& d) { return DIB_ResizeBiLinerY_Simulate(s, d); };
-    ASSERT_EQ(1, Scale(simulate, src.Param(0, 0, 3, 2), dst.Param(0, 0, 3, 2)));
-    EXPECT_EQ((Grid{{35, 45, 55}, {50, S, S}}), dst.Read());
-    EXPECT_EQ(0, Scale(simulate, narrow.Param(0, 0, 3, 2), dst2.Param(0, 0, 3, 2)));
-    EXPECT_TRUE(dst2.Untouched());
-}
-
 // ---- rotation and placement ----
 
 // A 4 x 2 picture {1 2 3 4 / 5 6 7 8} with chroma U {30 31}, V {40 41},
@@ -361,45 +164,6 @@ struct Turn {
     }
     bool Untouched() const { return dy.Untouched() && du.Untouched() && dv.Untouched(); }
 };
-
-// 90: dst(X, Y) = src(4 - Y, X), destination row 0 unwritten; chroma 2 x 1
-// into 1 x 2 with yShift 2: only (0, 1) = src(1, 0).
-// 270: dst(X, Y) = src(Y, 2 - X), column 0 unwritten; chroma with xShift 1
-// maps column 0 to source row 1, which does not exist: nothing written.
-// Other angles (180 among them) draw nothing; a destination under 2 pixels
-// fails. The frame form forwards the planes and ignores null frames.
-TEST(ImageRotateYV12, QuarterTurnsOfFourByTwo)
-{
-    for (auto interp : {IMAGE_INTERPOLATION_NEAREST, IMAGE_INTERPOLATION_BILINEAR, IMAGE_INTERPOLATION_DEFAULT}) {
-        Turn t90, t270;
-        EXPECT_EQ(1, t90.Run(90, interp));
-        EXPECT_EQ((Grid{{S, S}, {4, 8}, {3, 7}, {2, 6}}), t90.dy.Read());
-        EXPECT_EQ((Grid{{S}, {31}}), t90.du.Read());
-        EXPECT_EQ((Grid{{S}, {41}}), t90.dv.Read());
-        EXPECT_EQ(1, t270.Run(270, interp));
-        EXPECT_EQ((Grid{{S, 5}, {S, 6}, {S, 7}, {S, 8}}), t270.dy.Read());
-        EXPECT_TRUE(t270.du.Untouched() && t270.dv.Untouched());
-    }
-    for (int a : {0, 180, -90, -270, 450, 45}) {
-        Turn t;
-        EXPECT_EQ(1, t.Run(a)) << a;
-        EXPECT_TRUE(t.Untouched()) << a;
-    }
-    Turn narrow, low;
-    narrow.dst.cx = 1, low.dst.cy = 1;
-    EXPECT_EQ(0, narrow.Run(90));
-    EXPECT_EQ(0, low.Run(90));
-    EXPECT_TRUE(narrow.Untouched() && low.Untouched());
-    Turn t;
-    MEDIA_FRAME fs = {}, fd = {};
-    fs.pY = t.sy.data(), fs.pU = t.su.data(), fs.pV = t.sv.data();
-    fd.pY = t.dy.data(), fd.pU = t.du.data(), fd.pV = t.dv.data();
-    ImageRotateYUV(t.src, nullptr, t.dst, &fd, IMAGE_INTERPOLATION_BILINEAR, 90);
-    ImageRotateYUV(t.src, &fs, t.dst, nullptr, IMAGE_INTERPOLATION_BILINEAR, 90);
-    ImageRotateYUV(t.src, &fs, t.dst, &fd, IMAGE_INTERPOLATION_BILINEAR, 90);
-    EXPECT_EQ((Grid{{S, S}, {4, 8}, {3, 7}, {2, 6}}), t.dy.Read());
-    EXPECT_EQ((Grid{{S}, {31}}), t.du.Read());
-}
 
 // A 64 x 32 picture dragged unscaled to (100, 50) of a 320 x 240 frame: luma
 // from row 50, column 100 (the luma plane comes from the records, not from
@@ -422,48 +186,6 @@ struct Drag {
     }
     bool Untouched() const { return dy.Untouched() && du.Untouched() && dv.Untouched(); }
 };
-
-TEST(ImageDragYUV, PlacesPictureAtRegionOffsetAlsoThroughFrames)
-{
-    Drag d, f;
-    ASSERT_EQ(1, d.Run(IMAGE_INTERPOLATION_BILINEAR));
-    MEDIA_FRAME fs = {}, fd = {};
-    fs.pU = f.su.data(), fs.pV = f.sv.data(), fs.nPitchU = f.su.pitch, fs.nPitchV = f.sv.pitch;
-    fd.pU = f.du.data(), fd.pV = f.dv.data(), fd.nPitchU = f.du.pitch, fd.nPitchV = f.dv.pitch;
-    ImageDragYUV(f.src, nullptr, f.dst, &fd, IMAGE_INTERPOLATION_BILINEAR, 0);
-    ImageDragYUV(f.src, &fs, f.dst, nullptr, IMAGE_INTERPOLATION_BILINEAR, 0);
-    ImageDragYUV(f.src, &fs, f.dst, &fd, IMAGE_INTERPOLATION_BILINEAR, 0);
-    for (Drag* p : {&d, &f}) {
-        EXPECT_EQ(p->sy.Read(), p->dy.Read(100, 50, 64, 32));
-        EXPECT_EQ(p->su.Read(), p->du.Read(50, 25, 32, 16));
-        EXPECT_EQ(p->sv.Read(), p->dv.Read(50, 25, 32, 16));
-        EXPECT_TRUE(p->dy.UntouchedOutside(100, 50, 64, 32) && p->du.UntouchedOutside(50, 25, 32, 16) &&
-                    p->dv.UntouchedOutside(50, 25, 32, 16));
-    }
-}
-
-// A destination under 2 pixels or leaving its frame is refused. Unknown
-// interpolation values reach the library as nearest.
-TEST(ImageDragYUV, RefusalsAndUnknownInterpolationIsNearest)
-{
-    Drag d;
-    d.dst.cx = 1;
-    EXPECT_EQ(0, d.Run(IMAGE_INTERPOLATION_BILINEAR));
-    d.dst.cx = 64, d.dst.x = 257;
-    EXPECT_EQ(0, d.Run(IMAGE_INTERPOLATION_BILINEAR));
-    EXPECT_TRUE(d.Untouched());
-    auto run = [](int interp) {
-        Drag e;
-        e.dst.cx = 128, e.dst.cy = 64;
-        e.Run(interp);
-        return e.dy.bytes;
-    };
-    const Bytes nearest = run(IMAGE_INTERPOLATION_NEAREST), bilinear = run(IMAGE_INTERPOLATION_BILINEAR);
-    EXPECT_NE(nearest, bilinear);
-    EXPECT_EQ(bilinear, run(IMAGE_INTERPOLATION_DEFAULT));
-    EXPECT_EQ(nearest, run(IMAGE_INTERPOLATION_CONVOLVE));
-    EXPECT_EQ(nearest, run(-3));
-}
 
 // A 4 x 3 frame, nAngle 90: k = 3/4, centre (x 3/2 = 1, y 4/2 = 2).
 // Columns xs = 1 + (x' - 1) / 0.75 = -0.33, 1, 2.33, 3.67; rows ys = -0.67,

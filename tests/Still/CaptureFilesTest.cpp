@@ -129,38 +129,4 @@ TEST(CaptureFiles, BmpAndJpegLeaveOnlyTheFinishedFile)
     EXPECT_GT(stilltest::Psnr(jpg, bmp), 30.0);
 }
 
-// Two stages on two threads capture JPEG at once: the built-in encoder keeps
-// its state in globals, so whole conversions must not interleave. Pictures
-// of different sizes show any mix-up.
-TEST(CaptureFiles, TwoStagesEncodeJpegAtOnce)
-{
-    stilltest::TempDir dir;
-    SyntheticVideoSource srcA(Clip(64, 48)), srcB(Clip(40, 88));
-    VideoProcess a(&srcA, nullptr, 0.0), b(&srcB, nullptr, 0.0);
-    std::atomic<int> saved(0);
-    auto capturer = [&](VideoProcess* vp, const std::string& path) {
-        for (int i = 0; i < 8; ++i) {
-            vp->Forward(1);
-            saved += Capture(*vp, path, true);
-        }
-    };
-    std::thread ta(capturer, &a, dir.file("a.jpg"));
-    std::thread tb(capturer, &b, dir.file("b.jpg"));
-    ta.join();
-    tb.join();
-
-    EXPECT_EQ(saved.load(), 16);
-    EXPECT_EQ(Names(dir.path()), (std::vector<std::string>{"a.jpg", "b.jpg"}));
-    Picture pa, pb;
-    std::string why;
-    ASSERT_TRUE(ReadJpeg(dir.file("a.jpg"), &pa, &why)) << why;
-    ASSERT_TRUE(ReadJpeg(dir.file("b.jpg"), &pb, &why)) << why;
-    EXPECT_EQ(pa.width, 64);
-    EXPECT_EQ(pa.height, 48);
-    EXPECT_EQ(pb.width, 40);
-    EXPECT_EQ(pb.height, 88);
-    ExpectUpright(pa);
-    ExpectUpright(pb);
-}
-
 } // namespace

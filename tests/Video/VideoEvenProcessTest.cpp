@@ -40,27 +40,6 @@ private:
 // Grid time of frame k at rate r, rounded as the stage stamps it.
 int64_t Stamp(int k, double r) { return static_cast<int64_t>(k / r * 10000000.0 + 0.5); }
 
-TEST(VideoEvenProcess, RateChoiceAndFirstPicture)
-{
-    Source src(Config(25.0, 10)), fast(Config(240.0, 10));
-    const struct {
-        Source* source;
-        double asked, chosen;
-    } cases[] = {{&src, 0.0, 25.0}, {&src, 0.0005, 25.0}, {&src, 250.0, 30.0}, {&fast, 0.0, 30.0}};
-    for (const auto& c : cases)
-        EXPECT_DOUBLE_EQ(VideoEvenProcess(c.source, c.asked).GetVideoInfo()->dFrameRate, c.chosen) << c.asked;
-
-    VideoEvenProcess even(&src, 50.0);
-    EXPECT_DOUBLE_EQ(src.GetVideoInfo()->dFrameRate, 25.0); // the source's record is untouched
-    EXPECT_EQ(even.GetVideoInfo()->nWidth, 32);
-    const MEDIA_FRAME* f = even.GetFrame(); // stamped, over the source's planes
-    ASSERT_NE(f, nullptr);
-    EXPECT_EQ(f->pY, src.GetFrame()->pY);
-    EXPECT_EQ(f->llStartTime, 0);
-    EXPECT_EQ(f->llStopTime, 0);
-    EXPECT_EQ(f->nDuration, 200000);
-}
-
 TEST(VideoEvenProcess, SlowSourceIsRepeated)
 {
     for (int64_t start : {int64_t(0), int64_t(10000000)}) {
@@ -130,64 +109,6 @@ TEST(VideoEvenProcess, EndOfStream)
 
     Source empty(Config(25.0, 0)); // no picture at all
     EXPECT_EQ(VideoEvenProcess(&empty, 25.0).Forward(1), 0);
-}
-
-TEST(VideoEvenProcess, Seeks)
-{
-    Source src(Config(25.0, 250));
-    VideoEvenProcess even(&src, 50.0);
-    // Pre-roll clamped at 0; the nearest grid frame to 0.33 s is 17 (16.5 + 0.5).
-    EXPECT_DOUBLE_EQ(even.VideoSeekTime(0.33, 7), Stamp(17, 50.0) / 1e7);
-    EXPECT_DOUBLE_EQ(src.LastSeekTime(), 0.0);
-    EXPECT_EQ(even.GetFrameOffset(), 17);
-    // A negative time is a seek to 0.
-    EXPECT_DOUBLE_EQ(even.VideoSeekTime(-2.0, 0), 0.0);
-    EXPECT_EQ(even.GetFrameOffset(), 0);
-
-    // The source lands half a second early; the stamp is the grid time and
-    // the duration stays the source's (kept: a seek does not rewrite it).
-    EXPECT_DOUBLE_EQ(even.VideoSeekTime(2.0, 0), 2.0);
-    EXPECT_DOUBLE_EQ(src.LastSeekTime(), 1.5);
-    EXPECT_EQ(src.CurrentIndex(), 37);
-    EXPECT_EQ(even.GetFrame()->llStartTime, 20000000);
-    EXPECT_EQ(even.GetFrame()->llStopTime, 20000000);
-    EXPECT_EQ(even.GetFrame()->nDuration, 400000);
-    // The next steps bring the source up to the grid; Forward writes the
-    // grid period.
-    EXPECT_EQ(even.Forward(1), 1);
-    EXPECT_EQ(src.CurrentIndex(), 50);
-    EXPECT_EQ(even.GetFrame()->nDuration, 200000);
-    EXPECT_EQ(even.GetFrame()->llStartTime, Stamp(101, 50.0));
-
-    // Kept: a frame number is multiplied by the rate: frame 10 at 25 fps
-    // is 250 s, not 0.4 s.
-    Source longSrc(Config(25.0, 10000));
-    VideoEvenProcess even25(&longSrc, 25.0);
-    EXPECT_EQ(even25.VideoSeek(10, 0), 6250);
-    EXPECT_DOUBLE_EQ(longSrc.LastSeekTime(), 249.5);
-    EXPECT_EQ(even25.GetFrame()->llStartTime, 2500000000LL);
-}
-
-TEST(VideoEvenProcess, ExtensionCodesAndLifetime)
-{
-    Source src(Config(25.0, 10));
-    VideoDecoder* even = PEVideoCreate(&src, 50.0);
-    ASSERT_NE(even, nullptr);
-    EXPECT_EQ(even->SetExDecodeParam(1002, 5, 6), 0);
-    EXPECT_EQ(src.LastExCode(), 0u); // swallowed
-    even->SetExDecodeParam(8888, 1234, 1);
-    EXPECT_EQ(src.LastExCode(), 8888u);
-    EXPECT_EQ(src.LastExParam1(), 1234u);
-    even->Close(); // drops the stage's record, the source stays usable
-    EXPECT_EQ(even->GetVideoInfo(), nullptr);
-    PEVideoDestroy(even);
-    EXPECT_EQ(src.Forward(1), 1);
-
-    // Without a source every call answers nothing.
-    EXPECT_EQ(PEVideoCreate(nullptr, 25.0), nullptr);
-    VideoEvenProcess none(nullptr, 25.0);
-    EXPECT_EQ(none.GetVideoInfo(), nullptr);
-    EXPECT_EQ(none.Forward(1) + none.VideoSeek(3, 0) + none.SetExDecodeParam(7, 0, 0), 0);
 }
 
 } // namespace

@@ -45,42 +45,6 @@ TEST(ResizeRect, FitsCentredWithTruncatedSteps)
     }
 }
 
-TEST(CalcResizeParam, RegionsOfA720x576Picture)
-{
-    IMG_PARAM src{}, dst{};
-    src.x = 77;
-    CalcResizeParam(src, dst, 4, 3, 720, 576, nullptr, 640, 480, IMAGE_RESIZE_LETTERBOX);
-    EXPECT_EQ(src.x, 77); // no crop: nothing
-    const IMAGE_RESIZE_METHOD box = IMAGE_RESIZE_LETTERBOX, fill = IMAGE_RESIZE_CROP_FILL;
-    const struct {
-        int ax, ay;
-        tagRECT crop;
-        int dw, dh;
-        IMAGE_RESIZE_METHOD method;
-        Quad src, dst;
-    } cases[] = {
-        {4, 3, {0, 0, 720, 576}, 640, 480, box, {0, 0, 720, 576}, {0, 0, 640, 480}},
-        {16, 9, {0, 0, 720, 576}, 640, 480, box, {0, 0, 720, 576}, {0, 60, 640, 360}},
-        {0, 0, {0, 0, 720, 576}, 640, 480, box, {0, 0, 720, 576}, {20, 0, 600, 480}},
-        // The left half of 16:9 is 8:9 (aspect 8000:9000), pillarboxed.
-        {16, 9, {0, 0, 360, 576}, 640, 480, box, {0, 0, 360, 576}, {107, 0, 426, 480}},
-        // Only left and right decide whether a crop is given.
-        {0, 0, {5, 7, 5, 100}, 720, 576, box, {0, 0, 720, 576}, {0, 0, 720, 576}},
-        // trunc(0.5 + 640*360/640*4/3*576/720) = 384: the source cut to 640:384.
-        {4, 3, {}, 640, 360, fill, {0, 72, 720, 432}, {0, 0, 640, 360}},
-        // 393.6 rounds to 394 here; the stage's own geometry truncates it.
-        {4, 3, {}, 640, 369, fill, {0, 66, 720, 444}, {0, 0, 640, 369}},
-        {0, 0, {}, 576, 576, fill, {72, 0, 576, 576}, {0, 0, 576, 576}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
-        CalcResizeParam(src, dst, c.ax, c.ay, 720, 576, &c.crop, c.dw, c.dh, c.method);
-        EXPECT_EQ(Of(src), c.src);
-        EXPECT_EQ(Of(dst), c.dst);
-        EXPECT_EQ(dst.nWidth, c.dw);
-    }
-}
-
 // The stage over a flat picture: output size, regions, and the picture
 // rectangle's edges seen from inside and outside in the output frame.
 TEST(VideoProcessGeometry, OutputSizeRegionsAndBars)

@@ -14,45 +14,6 @@
 
 namespace {
 
-TEST(VideoProcess, PassThroughConstantRateStageAndSubPictures)
-{
-    PlaneSource src(16, 8); // no rate: no constant-rate stage
-    VideoProcess vp(&src, nullptr, 0.0);
-    EXPECT_EQ(vp.GetFrame(), src.GetFrame());
-    EXPECT_EQ(vp.SetExDecodeParam(1002, 0, 0), reinterpret_cast<intptr_t>(&src));
-    src.ended = true;
-    EXPECT_EQ(vp.GetFrame(), nullptr);
-
-    // Under a rate: the constant-rate stage's stamped record over the
-    // decoder's planes, 1002 still names the decoder, the count follows.
-    PlaneSource slow(16, 8, 25.0);
-    VideoProcess stacked(&slow, nullptr, 50.0);
-    const MEDIA_FRAME* f = stacked.GetFrame();
-    ASSERT_NE(f, slow.GetFrame());
-    EXPECT_EQ(f->pY, slow.GetFrame()->pY);
-    EXPECT_EQ(f->llStartTime, 0);
-    EXPECT_EQ(stacked.SetExDecodeParam(1002, 0, 0), reinterpret_cast<intptr_t>(&slow));
-    EXPECT_DOUBLE_EQ(stacked.GetVideoStreamInfo()->videoInfo.dFrameRate, 50.0);
-    EXPECT_EQ(stacked.GetVideoInfo()->nFrameCount, 200);
-    EXPECT_EQ(stacked.Forward(1), 1);
-    EXPECT_EQ(slow.GetFrameOffset(), 0); // a repeat on the 50 fps grid
-    // Sub-pictures are handed down to the decoder through the stage below.
-    slow.answer = 5;
-    int record = 0;
-    EXPECT_EQ(stacked.SetUserSubPic(reinterpret_cast<tagUserSubPic*>(&record), 7), 5);
-    EXPECT_EQ(slow.lastCode, 8888u);
-    EXPECT_EQ(slow.lastParam1, reinterpret_cast<uintptr_t>(&record));
-    EXPECT_EQ(slow.lastParam2, 7u);
-    EXPECT_EQ(stacked.SetSubPicEx(reinterpret_cast<tagUserSubPicEx*>(&record), 9), 5);
-    EXPECT_EQ(slow.lastCode, 8889u);
-    EXPECT_EQ(slow.lastParam2, 9u);
-    SyntheticVideoConfig c;
-    c.frameRate = 30.0;
-    c.frameCount = 7;
-    SyntheticVideoSource syn30(c);
-    EXPECT_EQ(VideoProcess(&syn30, nullptr, 25.0).GetVideoInfo()->nFrameCount, 6); // 5.83 rounded
-}
-
 TEST(VideoProcess, OutputFrameIsReusedFiltersAndFlipsInOrder)
 {
     PlaneSource src(16, 8, 0.0, 3);
@@ -141,36 +102,6 @@ TEST(VideoProcess, QuarterTurns)
     EXPECT_EQ(Y(f, 5, 2), Y(s, 62, 5));
 }
 
-TEST(VideoProcess, DeinterlaceOnCopyCropAndScalePaths)
-{
-    PlaneSource src(16, 8);
-    const MEDIA_FRAME* s = src.Picture();
-    const RESIZE_PARAM fill = {16, 8, IMAGE_INTERPOLATION_BILINEAR, IMAGE_RESIZE_CROP_FILL}; // scales, at 1
-    const struct {
-        const RESIZE_PARAM* request;
-        tagRECT crop;
-        DEINTERLACE_STYLE style;
-        int x0, rows[3][2]; // output row, source row
-    } cases[] = {
-        {nullptr, {}, DEINTERLACE_DOUBLE_EVEN, 0, {{0, 0}, {1, 0}, {3, 2}}},
-        {nullptr, {}, DEINTERLACE_SKIP, 0, {{0, 0}, {1, 1}, {3, 3}}}, // off, but an output frame
-        // The whole source is deinterlaced first: source row 2 became row 3.
-        {nullptr, {2, 2, 12, 8}, DEINTERLACE_DOUBLE_ODD, 2, {{0, 3}, {1, 3}, {2, 5}}},
-        {&fill, {}, DEINTERLACE_DOUBLE_EVEN, 0, {{1, 0}, {4, 4}, {5, 4}}},
-    };
-    for (const auto& c : cases) {
-        VideoProcess vp(&src, c.request, 0.0);
-        if (c.crop.right)
-            vp.SetCropRect(&c.crop, IMAGE_RESIZE_LETTERBOX);
-        vp.SetDeintelace(c.style);
-        const MEDIA_FRAME* f = vp.GetFrame();
-        ASSERT_NE(f, s);
-        for (const auto& r : c.rows)
-            for (int x = 0; x < f->nWidth; ++x)
-                ASSERT_EQ(Y(f, x, r[0]), Y(s, c.x0 + x, r[1])) << "style " << c.style << " row " << r[0] << " x " << x;
-    }
-}
-
 TEST(VideoProcess, ModifyInfoResizesAnExistingOutput)
 {
     PlaneSource src(64, 32);
@@ -194,40 +125,6 @@ TEST(VideoProcess, ModifyInfoResizesAnExistingOutput)
     vp.ModifyInfo(0, reinterpret_cast<uintptr_t>(&request));
     EXPECT_DOUBLE_EQ(vp.GetVideoInfo()->dFrameRate, 30.0);
     EXPECT_EQ(vp.ModifyInfo(0, 0), 1);
-}
-
-long FileSize(const std::string& path)
-{
-    struct stat st;
-    return stat(path.c_str(), &st) == 0 ? static_cast<long>(st.st_size) : -1;
-}
-
-TEST(VideoProcess, CaptureImage)
-{
-    PlaneSource src(6, 4, 0.0, 5); // padded pitches
-    VideoProcess vp(&src, nullptr, 0.0);
-    const std::string bmp = ::testing::TempDir() + "dp_capture.bmp", jpg = ::testing::TempDir() + "dp_capture.jpg";
-    std::wstring wbmp(bmp.begin(), bmp.end()), wjpg(jpg.begin(), jpg.end());
-    EXPECT_EQ(vp.CaptureImage(nullptr, 0, 0), 0);
-    // The source's picture while there is no output frame: 24-bit rows of
-    // 18 bytes padded to 20. Then the processed one (a 4 x 2 crop).
-    EXPECT_EQ(vp.CaptureImage(&wbmp[0], 0, 0), 1);
-    EXPECT_EQ(FileSize(bmp), 14 + 40 + 20 * 4);
-    const tagRECT crop = {1, 1, 5, 3};
-    vp.SetCropRect(&crop, IMAGE_RESIZE_LETTERBOX);
-    ASSERT_NE(vp.GetFrame(), nullptr);
-    EXPECT_EQ(vp.CaptureImage(&wbmp[0], 0, 0), 1);
-    EXPECT_EQ(FileSize(bmp), 14 + 40 + 12 * 2);
-    EXPECT_EQ(vp.CaptureImage(&wjpg[0], 1, 0), 1);
-    EXPECT_GT(FileSize(jpg), 0);
-    EXPECT_EQ(FileSize(::testing::TempDir() + "dp_capturetmp.bmp"), -1); // the temporary bitmap is gone
-    std::remove(bmp.c_str());
-    std::remove(jpg.c_str());
-
-    src.ended = true; // nothing to save
-    EXPECT_EQ(VideoProcess(&src, nullptr, 0.0).CaptureImage(&wbmp[0], 0, 0), 0);
-    EXPECT_EQ(VideoProcess(nullptr, nullptr, 0.0).CaptureImage(&wbmp[0], 0, 0), 0);
-    EXPECT_EQ(FileSize(bmp), -1);
 }
 
 } // namespace
