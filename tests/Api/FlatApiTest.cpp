@@ -89,30 +89,4 @@ TEST(FlatAudio, VolumeAndFadesReachTheStage)
     PCAudioDestroy(h);
 }
 
-// Both handles made with a conversion stage in front: destroying them
-// leaves the host's decoders where they were, open and usable.
-TEST(FlatApi, DestroyLeavesTheDecodersAlive)
-{
-    SyntheticVideoSource video(kClip);
-    SyntheticAudioSource audio(kRamp);
-    VideoDecoder* v = PCVideoCreate(&video, &kBox, 30.0); // with an inserted constant-rate stage
-    AudioDecoder* a = PCAudioCreate(&audio, 48000, 1, 16, 1); // with a timeline stage in front
-    ASSERT_TRUE(v && a);
-    PCSetExFilterFlag(v, 1);
-    ASSERT_NE(PCGetVideoFrame(v), nullptr);
-    PCVideoForward(v, 5);
-    EXPECT_TRUE(PCGetAudioInfo(a)->nSampleRate == 48000 && PCGetAudioInfo(a)->nChannels == 1);
-    ASSERT_NE(PCGetNextAudioFrame(a), nullptr);
-    const int at = video.CurrentIndex();
-    const int64_t next = audio.NextBlock();
-    PCVideoDestroy(v);
-    PCAudioDestroy(a);
-    EXPECT_EQ(video.CurrentIndex(), at);
-    EXPECT_EQ(video.Forward(1), 1);
-    EXPECT_NE(video.GetFrame(), nullptr);
-    EXPECT_EQ(audio.CloseCalls(), 0);
-    ASSERT_NE(audio.GetNextFrame(), nullptr);
-    EXPECT_EQ(audio.NextBlock(), next + 1);
-}
-
 } // namespace

@@ -168,23 +168,6 @@ TEST_F(AudioConverterTest, GetTakesOnlyWhatIsValid)
     EXPECT_EQ(c.Get(nullptr, 4) + c.Put(nullptr, 10) + c.Put(a.data(), -4) + c.ConvertData(nullptr, 3), 0);
 }
 
-TEST_F(AudioConverterTest, UpMixBeyondTheRoomEstimate)
-{
-    // Kept deliberately: the room estimate of Put ignores the channel
-    // change, so a 1 -> 6 conversion writes six times what it planned for.
-    // Both buffers still grow to take it (from a 100-sample start, through
-    // the estimate and beyond it), keeping what they hold.
-    CAudioConverter c(1, 6, 8000, 8000, 100);
-    Samples in(2000), want;
-    for (size_t i = 0; i < in.size(); ++i) {
-        in[i] = static_cast<short>(i);
-        want.insert(want.end(), {in[i], in[i], 0, 0, 0, 0});
-    }
-    for (int k = 1; k <= 3; ++k)
-        EXPECT_EQ(c.Put(in.data(), 2000), 12000 * k);
-    EXPECT_EQ(Drain(c), want + want + want);
-}
-
 TEST(AudioConverterThreads, TwoConvertersOnTwoThreadsShareTheCarryRaceFree)
 {
     dp_audio::SetResamplerCarry(0.0);

@@ -255,32 +255,4 @@ TEST_F(AudioStageTest, FadeRampsFollowTheStartTime)
     }
 }
 
-TEST_F(AudioStageTest, SmallFramesAreGatheredAndConvertedAtTheEnd)
-{
-    // 600-byte frames: two are gathered and converted together, stamped
-    // with the first one's times. Then 600 bytes gathered and a 4000-byte
-    // frame: 4600 > 4096, so both go in at once, in order.
-    SyntheticAudioSource src(Ramp(1450, {150, 150, 150, 1000}));
-    AudioProcess stage(&src, 44100, 2, 16, 0);
-    const MEDIA_FRAME* f = stage.GetNextFrame();
-    ASSERT_NE(f, nullptr);
-    EXPECT_EQ(FrameBytes(f), SourceBytes(src, 0, 300));
-    EXPECT_EQ(f->llStartTime, src.BlockStartTime(0));
-    EXPECT_EQ(f->llStopTime, src.BlockStartTime(0));
-    EXPECT_EQ(f->nDuration, 2 * 34014); // trunc(150 / 44100 s + 0.5) twice
-    EXPECT_EQ(src.FrameCalls(), 2);
-    f = stage.GetNextFrame();
-    ASSERT_NE(f, nullptr);
-    EXPECT_EQ(FrameBytes(f), SourceBytes(src, 300, 1150));
-    EXPECT_EQ(f->llStartTime, src.BlockStartTime(2));
-    EXPECT_EQ(stage.GetNextFrame(), nullptr);
-
-    // One 800-byte frame, gathered, then the end of the source: still
-    // converted and returned.
-    SyntheticAudioSource one(Ramp(200, {200}));
-    AudioProcess last(&one, 44100, 2, 16, 0);
-    EXPECT_EQ(FrameBytes(last.GetNextFrame()), SourceBytes(one, 0, 200));
-    EXPECT_EQ(last.GetNextFrame(), nullptr);
-}
-
 } // namespace

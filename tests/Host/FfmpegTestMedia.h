@@ -27,21 +27,14 @@ struct MediaSpec {
 inline SyntheticVideoConfig VideoConfig(const MediaSpec& s)
 {
     SyntheticVideoConfig c;
-    c.width = s.width;
-    c.height = s.height;
-    c.frameRate = s.rate;
-    c.frameCount = s.frames;
-    c.jitter = s.jitter;
+    c.width = s.width, c.height = s.height, c.frameRate = s.rate, c.frameCount = s.frames, c.jitter = s.jitter;
     return c;
 }
 
 inline SyntheticAudioConfig AudioConfig(const MediaSpec& s)
 {
     SyntheticAudioConfig c;
-    c.sampleRate = s.sampleRate;
-    c.channels = s.channels;
-    c.totalFrames = s.samples;
-    c.blockFrames = {1000, 1500};
+    c.sampleRate = s.sampleRate, c.channels = s.channels, c.totalFrames = s.samples, c.blockFrames = {1000, 1500};
     return c;
 }
 
@@ -52,34 +45,24 @@ inline std::string WriteMedia(const std::string& path, const MediaSpec& s)
     FfmpegOutputFormat f;
     SyntheticVideoSource video(VideoConfig(s));
     SyntheticAudioSource audio(AudioConfig(s));
-    if (!s.videoCodec.empty()) {
-        f.width = s.width;
-        f.height = s.height;
-        f.rateNum = static_cast<int>(s.rate * 1000);
-        f.rateDen = 1000;
-        f.videoCodec = s.videoCodec;
-        f.preset = "ultrafast";
-    }
-    if (s.samples > 0) {
-        f.sampleRate = s.sampleRate;
-        f.channels = s.channels;
-        f.audioCodec = s.audioCodec;
-    }
+    if (!s.videoCodec.empty())
+        f.width = s.width, f.height = s.height, f.rateNum = static_cast<int>(s.rate * 1000), f.rateDen = 1000,
+        f.videoCodec = s.videoCodec, f.preset = "ultrafast";
+    if (s.samples > 0)
+        f.sampleRate = s.sampleRate, f.channels = s.channels, f.audioCodec = s.audioCodec;
     FfmpegWriter w;
     if (!w.Open(path, f))
         return w.LastError();
     const MEDIA_FRAME* v = f.width ? video.GetFrame() : nullptr;
     MEDIA_FRAME* a = f.sampleRate ? audio.GetNextFrame() : nullptr;
     while (v || a) {
-        if (v && (!a || v->llStartTime <= a->llStartTime)) {
-            if (!w.WriteVideo(v))
-                return w.LastError();
+        const bool videoFirst = v && (!a || v->llStartTime <= a->llStartTime);
+        if (!(videoFirst ? w.WriteVideo(v) : w.WriteAudio(a)))
+            return w.LastError();
+        if (videoFirst)
             v = video.Forward(1) == 1 ? video.GetFrame() : nullptr;
-        } else {
-            if (!w.WriteAudio(a))
-                return w.LastError();
+        else
             a = audio.GetNextFrame();
-        }
     }
     return w.Commit() ? "" : w.LastError();
 }

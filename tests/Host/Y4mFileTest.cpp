@@ -135,54 +135,6 @@ TEST(Y4mFile, WriterAndReaderRoundTrip)
     EXPECT_EQ(y4m::FrameStart(1000000, 1, 2147483647), INT64_MAX);   // clamped
 }
 
-// FRAME lines with parameters and X tags in the header: a file is indexed
-// frame by frame and seeks anywhere; standard input for "-", here a pipe,
-// seeks only forward, by reading through.
-TEST(Y4mFile, SeeksThroughTaggedFramesOnFilesAndPipes)
-{
-    const Bytes tagged = MakeY4m("W4 H2 F30:1 Ib A0:0 C420mpeg2 XYSCSS=420MPEG2 Xcolorrange=LIMITED", 4, 2, 40,
-                                 {"FRAME Ip Xfoo=1", "FRAME", "FRAME Xbar"});
-    filetest::TempDir dir;
-    Y4mVideoSource src;
-    ASSERT_EQ(src.OpenPath(dir.Put("tagged.y4m", tagged)), HOSTFILE_OK) << src.LastError();
-    EXPECT_EQ(std::make_tuple(src.Interlacing(), src.Chroma(), src.FrameCount()), std::make_tuple('b', "420mpeg2", 40));
-    EXPECT_EQ(src.Forward(0), 0);
-    EXPECT_EQ(src.Forward(3), 3);
-    // 1/3 s at 30 fps starts frame 10 exactly; just before it is frame 9.
-    EXPECT_DOUBLE_EQ(src.VideoSeekTime(1.0 / 3.0, 0), 3333333 / 1e7);
-    EXPECT_EQ(src.GetFrameOffset(), 10);
-    src.VideoSeekTime(0.3333, 0);
-    EXPECT_EQ(src.GetFrameOffset(), 9);
-    EXPECT_EQ(Planes(src.GetFrame()), ExpectedPlanes(9, 4, 2));
-    EXPECT_EQ(src.VideoSeek(1000, 0), 39); // clamped to the last frame
-    EXPECT_EQ(Planes(src.GetFrame()), ExpectedPlanes(39, 4, 2));
-    EXPECT_EQ(src.Forward(1), 0);
-    EXPECT_EQ(src.VideoSeek(2, 0), 2);
-    EXPECT_EQ(Planes(src.GetFrame()), ExpectedPlanes(2, 4, 2));
-    src.VideoSeekTime(-5.0, 0);
-    EXPECT_EQ(ReadAll(src, 4, 2), 40);
-    EXPECT_EQ(src.LastError(), "");
-    src.Close();
-    EXPECT_EQ(src.GetFrame(), nullptr);
-
-    FILE* pipe = filetest::Pipe(tagged);
-    filetest::Redirect in(0, fileno(pipe));
-    std::fclose(pipe);
-    ASSERT_EQ(src.Open(L"-", nullptr, nullptr), 1) << src.LastError();
-    EXPECT_EQ(std::make_pair(src.FrameCount(), src.GetVideoInfo()->nFrameCount), std::make_pair(-1, 0));
-    EXPECT_EQ(src.VideoSeek(7, 0), 7);
-    EXPECT_EQ(Planes(src.GetFrame()), ExpectedPlanes(7, 4, 2));
-    EXPECT_DOUBLE_EQ(src.VideoSeekTime(1.0 / 3.0, 0), 3333333 / 1e7); // frame 10
-    EXPECT_EQ(src.VideoSeek(3, 0), 10);
-    EXPECT_EQ(src.LastError(),
-              "standard input: cannot seek back to frame 3 on a stream that does not seek (at frame 10)");
-    EXPECT_EQ(Planes(src.GetFrame()), ExpectedPlanes(10, 4, 2));
-    EXPECT_EQ(src.Forward(100), 29);
-    EXPECT_EQ(Planes(src.GetFrame()), ExpectedPlanes(39, 4, 2));
-    EXPECT_EQ(src.Forward(1), 0);
-    src.Close();
-}
-
 // Every input that is refused or cut short, read from a file and from a
 // pipe: the open result, the complete frames delivered, and the message.
 TEST(Y4mFile, BadInputsAreReportedWithTheirMessage)

@@ -95,25 +95,6 @@ TEST(Adjust, BrightnessContrastSaturation)
     }
 }
 
-// Brightness before contrast: 100 -> 150 -> (22 x 100) / 100 + 150 = 172
-// (the other order would give 122); chroma: contrast 138 -> 148, then
-// saturation +50: (20 x 150) / 100 + 148 = 178.
-TEST(Adjust, AdjustImageOrderAndFrameForm)
-{
-    AdjustPlanes p(100, 138, 138);
-    AdjustImage(p.y.data(), p.u.data(), p.v.data(), p.y.pitch, p.u.pitch, p.v.pitch, 5, 3, 50, 100, 50);
-    EXPECT_EQ(AdjustPlanes(172, 178, 178).All(), p.All());
-    // The frame form uses the packed pitches (the pitch fields are not read);
-    // settings of 0 change nothing, not even by the clamps.
-    FramePtr f = MakeFrame(5, 3, Iota(15, 0), Bytes(6, 128), Bytes(6, 128));
-    f->nPitchY = f->nPitchU = f->nPitchV = 64;
-    AdjustImage(f.get(), 0, 0, 0);
-    EXPECT_EQ(Iota(15, 0), FrameBytes(f.get())[0]);
-    AdjustImage(f.get(), 100, 0, 0);
-    EXPECT_EQ((std::vector<Bytes>{Iota(15, 100), Bytes(6, 128), Bytes(6, 128), Bytes(15, 77)}), FrameBytes(f.get()));
-    AdjustImage(nullptr, 10, 10, 10);
-}
-
 // 5 x 2 mirrored: chroma rows are 3 bytes, only their first and last swap;
 // 4 x 2: every byte moves.
 // 5 x 3 flipped: luma rows 0 and 2 swap, row 1 stays; chroma has 2 rows of 3.

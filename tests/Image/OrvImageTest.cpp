@@ -91,27 +91,6 @@ TEST(OrvResize, TwoPixelSourceEnlarged)
     }
 }
 
-// Halving a 4 x 4 picture about (2, 2): xs = 2 + 2 (x' - 2) = -2, 0, 2, 4;
-// only 0 and 2 lie in [0, 4), so the margin stays unwritten.
-// Enlarging {0, 100, 200, 255} about (1.5, 0): xs = 0.75, 1.25, 1.75, 2.25,
-// weights 192, 64, 192, 64: 75, 125, 175, (200*192 + 255*64)/256 -> 214.
-TEST(OrvResizeCenter, ShrinkLeavesMarginAndEnlargeWeights)
-{
-    TestPlane src(4, 4, 5, 1, 0);
-    src.Fill([](int x, int y) { return 10 * y + x; });
-    for (int interp : {IPPI_INTER_NN, IPPI_INTER_LINEAR}) {
-        TestPlane dst(4, 4, 6);
-        ASSERT_EQ(ippStsNoErr, orv_ippiResizeCenter_8u_C1R(src.data(), {4, 4}, 5, {0, 0, 4, 4}, dst.data(), 6, {4, 4},
-                                                           0.5, 0.5, 2.0, 2.0, interp));
-        EXPECT_EQ((Grid{{S, S, S, S}, {S, 0, 2, S}, {S, 20, 22, S}, {S, S, S, S}}), dst.Read());
-    }
-    TestPlane row(4, 1, 4, 1, 0), dst(4, 1, 4);
-    row.bytes = {0, 100, 200, 255};
-    ASSERT_EQ(ippStsNoErr, orv_ippiResizeCenter_8u_C1R(row.data(), {4, 1}, 4, {0, 0, 4, 1}, dst.data(), 4, {4, 1},
-                                                       2.0, 1.0, 1.5, 0.0, IPPI_INTER_LINEAR));
-    EXPECT_EQ((Grid{{75, 125, 175, 214}}), dst.Read());
-}
-
 // D = min(255, M(a1, A) + M(M(255 - a1, a2), B)), M(a, b) = round(a b / 255):
 //  a1 128, a2 255, A 200, B 100: M(128,200) = 100, M(127,255) = 127, M(127,100) = 50 -> 150
 //  a1 64, a2 200, A 10, B 90: M(64,10) = 3, M(191,200) = 150, M(150,90) = 53 -> 56

@@ -55,29 +55,6 @@ std::vector<uint8_t> Convert(const TempDir& dir, const Picture& pic, const std::
 
 } // namespace
 
-TEST(JpegStages, FixedPointColourOfPrimariesAtTheBlockPosition)
-{
-    // Blue, green, red bytes of a 16 x 8 picture holding the primaries at
-    // (9, 2) and on; the block from x = 8 sees them at natural index 17 on.
-    const struct { uint8_t rgb[3]; int y, cb, cr; } cases[] = {
-        {{0, 0, 0}, -128, 0, 0}, {{255, 255, 255}, 127, 0, 0}, // the sums 2 * 255 shift to 0
-        {{255, 0, 0}, -52, -44, 127},                          // Cb: floor(-11058 * 255 / 65536) = -44
-        {{0, 0, 255}, -99, 127, -21},                          // Cr: floor(-5328 * 255 / 65536) = -21
-        {{0, 255, 0}, 21, -85, -107}};
-    std::vector<unsigned char> bgr(16 * 8 * 3, 0);
-    for (int i = 0; i < 5; ++i)
-        for (int c = 0; c < 3; ++c)
-            bgr[(2 * 16 + 9 + i) * 3 + c] = cases[i].rgb[2 - c];
-    int8_t Y[64], Cb[64], Cr[64];
-    load_data_units_from_RGB_buffer(precalculate_YCbCr_tables(), bgr.data(), 16, 8, 0, Y, Cb, Cr);
-    for (int i = 0; i < 64; ++i) {
-        const int k = i - (2 * 8 + 1), n = k >= 0 && k < 5 ? k : 0; // elsewhere black, as case 0
-        EXPECT_EQ(Y[i], cases[n].y) << i;
-        EXPECT_EQ(Cb[i], cases[n].cb) << i;
-        EXPECT_EQ(Cr[i], cases[n].cr) << i;
-    }
-}
-
 TEST(JpegStages, HuffmanCodesBitWriterAndBlockCoding)
 {
     // Codes of Annex K; the last 16-bit code of each AC table depends on
@@ -176,32 +153,6 @@ TEST(Bmp2Jpeg, SegmentsTablesAndStuffedEntropyData)
     Picture out;
     std::string error;
     EXPECT_TRUE(DecodeJpeg(f, &out, &error)) << error;
-}
-
-TEST(Bmp2Jpeg, TenByTenIsCodedAsSixteenBySixteenWithEdgesRepeated)
-{
-    // The picture padded by hand (last column, then last row repeated) must
-    // give the very same entropy-coded data.
-    const Picture small = MakeNoise(10, 10, 99);
-    Picture padded = MakeFlat(16, 16, 0, 0, 0);
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 16; ++x)
-            std::copy_n(small.at(std::min(x, 9), std::min(y, 9)), 3, padded.at(x, y));
-    TempDir dir;
-    const std::vector<uint8_t> a = Convert(dir, small, "small");
-    // The exported state after a conversion: the padded width, the height.
-    EXPECT_EQ(width, 16);
-    EXPECT_EQ(height, 10);
-    EXPECT_EQ(fp_jpeg_stream, nullptr);
-    EXPECT_EQ(RGB_buffer, nullptr);
-    std::vector<Segment> sa, sb;
-    std::vector<uint8_t> ea, eb;
-    ASSERT_TRUE(ParseJpeg(a, &sa, &ea));
-    ASSERT_TRUE(ParseJpeg(Convert(dir, padded, "padded"), &sb, &eb));
-    EXPECT_EQ(sa[3].payload[2], 10); // SOF0 height and width, low bytes
-    EXPECT_EQ(sa[3].payload[4], 10);
-    EXPECT_EQ(sb[3].payload[2], 16);
-    EXPECT_EQ(ea, eb);
 }
 
 TEST(Bmp2Jpeg, RefusedOrDamagedBitmapsLeaveNoOutput)

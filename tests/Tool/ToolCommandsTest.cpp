@@ -85,22 +85,15 @@ TEST(ToolCommands, BadInputs)
     const BadCase cases[] = {
         // The input.
         {{"video", "@/none.y4m", "-o", "@/out.y4m"}, 1, "none.y4m"},
-        {{"video", "@/notes.y4m", "-o", "@/out.y4m"}, 1, "notes.y4m"},
-        {{"video", "@/c444.y4m", "-o", "@/out.y4m"}, 1, "C444"},
         {{"video", "@/short.y4m", "-o", "@/out.y4m"}, 1, "short.y4m: truncated frame"},
-        {{"video", "@/short.y4m", "-o", "@/out.y4m", "--rate", "50"}, 1, "truncated"},
         {{"video", "-", "-o", "@/out.y4m"}, 1, "truncated", "@/short.y4m"},
         {{"audio", "@/junk.wav", "-o", "@/out.wav"}, 1, "junk.wav"},
-        {{"audio", "-", "-o", "-"}, 1, "RIFF", "@/junk.wav"},
-        {{"audio", "@/float.wav", "-o", "@/out.wav"}, 1, "float"},
         {{"audio", "@/cut.wav", "-o", "@/out.wav"}, 1, "cut.wav"},
         {{"bmp2jpeg", "@/none.bmp", "@/out.jpg"}, 1, "none.bmp"},
         {{"bmp2jpeg", "@/pic32.bmp", "@/out.jpg"}, 1, "pic32.bmp"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--watermark", "@/none.bmp"}, 1, "none.bmp"},
         // The output.
         {{"video", "@/in.y4m", "-o", "@/gone/out.y4m"}, 1, "gone/out.y4m"},
-        {{"audio", "@/in.wav", "-o", "@/in.y4m/out.wav"}, 1, "out.wav"},
-        {{"bmp2jpeg", "@/pic24.bmp", "@/gone/a/out.jpg"}, 1, "gone/a/out.jpg"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--capture", "0:@/gone/shot.jpg"}, 1, "gone/shot.jpg"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--capture", "30:@/shot.bmp"}, 1, "shot.bmp: capture at 30 s"},
         {{"video", "@/in.y4m", "-o", "-", "-q"}, 1, "standard output", "", "/dev/full"},
@@ -109,16 +102,12 @@ TEST(ToolCommands, BadInputs)
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--size", "12"}, 2, "--size"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--crop", "1,2"}, 2, "--crop"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--rotate", "45"}, 2, "--rotate"},
-        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--filter", "bogus"}, 2, "--filter"},
-        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--capture", "3:x.png"}, 2, "--capture"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--rate", "500"}, 2, "--rate"},
         {{"audio", "@/in.wav", "-o", "@/out.wav", "--channels", "3"}, 2, "--channels"},
         {{"audio", "@/in.wav", "-o", "@/out.wav", "--fade-in", "0"}, 2, "--fade-in"},
-        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--sharpen"}, 2, "--sharpen"},
         // Missing arguments.
         {{"video", "@/in.y4m"}, 2, "--output"},
         {{"audio", "-o", "@/out.wav"}, 2, "input"},
-        {{"bmp2jpeg", "@/pic32.bmp"}, 2, "output"},
         {{}, 2, "subcommand"},
     };
     TempDir dir;
@@ -128,11 +117,8 @@ TEST(ToolCommands, BadInputs)
     MakeClip(dir.file("in.y4m"), ClipShape{});
     const Bytes clip = ReadFile(dir.file("in.y4m"));
     WriteFile(dir.file("short.y4m"), Bytes(clip.begin(), clip.end() - 50));
-    text("notes.y4m", "these are not pictures\n");
-    text("c444.y4m", "YUV4MPEG2 W16 H8 F25:1 C444\nFRAME\n" + std::string(16 * 8 * 3, 'x'));
     MakeTone(dir.file("in.wav"), 44100, 2, 4410);
     text("junk.wav", "JUNK" + std::string(60, 'j'));
-    WriteFile(dir.file("float.wav"), Wav(44100, 1, 3, 32, Bytes(400)));
     WriteFile(dir.file("cut.wav"), Wav(44100, 1, 1, 16, Bytes(399), 400));
     WriteFile(dir.file("pic24.bmp"), stilltest::BuildBmp24(stilltest::MakeFlat(3, 4, 1, 2, 3)));
     // Three pixels of 24 bits pad their rows to 12 bytes, as three of 32

@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "WavAudioSource.h"
+#include "Y4mVideoSource.h"
 
 extern char** environ;
 
@@ -148,63 +150,31 @@ void MakeTone(const std::string& path, int rate, int channels, int frames)
 
 ClipRead ReadClip(const std::string& path)
 {
-    const Bytes f = ReadFile(path);
     ClipRead r;
-    const auto eol = std::find(f.begin(), f.end(), '\n');
-    std::istringstream header(std::string(f.begin(), eol));
-    std::string word;
-    if (eol == f.end() || !(header >> word) || word != "YUV4MPEG2")
+    Y4mVideoSource src;
+    if (src.OpenPath(path) != HOSTFILE_OK)
         return r;
-    while (header >> word) {
-        const char* v = word.c_str() + 1;
-        if (word[0] == 'W')
-            r.width = std::atoi(v);
-        else if (word[0] == 'H')
-            r.height = std::atoi(v);
-        else if (word[0] == 'F')
-            std::sscanf(v, "%d:%d", &r.rateNum, &r.rateDen);
+    r.width = src.Width(), r.height = src.Height(), r.rateNum = src.RateNum(), r.rateDen = src.RateDen();
+    for (const MEDIA_FRAME* f = src.GetFrame(); f; f = src.Forward(1) ? src.GetFrame() : nullptr) {
+        r.luma.emplace_back();
+        for (int y = 0; y < r.height; ++y)
+            r.luma.back().insert(r.luma.back().end(), f->pY + y * f->nPitchY, f->pY + y * f->nPitchY + r.width);
     }
-    if (r.width <= 0 || r.height <= 0)
-        return r;
-    const size_t ySize = size_t(r.width) * r.height;
-    const size_t frame = ySize + 2 * size_t((r.width + 1) / 2) * size_t((r.height + 1) / 2);
-    for (size_t at = size_t(eol - f.begin()) + 1; at < f.size(); at += frame) {
-        const auto nl = std::find(f.begin() + at, f.end(), '\n');
-        if (std::string(f.begin() + at, nl).compare(0, 5, "FRAME") != 0 || size_t(f.end() - nl) <= frame)
-            return r;
-        at = size_t(nl - f.begin()) + 1;
-        r.luma.emplace_back(f.begin() + at, f.begin() + at + ySize);
-    }
-    r.ok = true;
+    r.ok = !src.Truncated() && src.LastError().empty();
     return r;
 }
 
 WavRead ReadWav(const std::string& path)
 {
-    using stilltest::Le;
-    const Bytes f = ReadFile(path);
     WavRead r;
-    if (f.size() < 12 || std::string(f.begin(), f.begin() + 4) != "RIFF" ||
-        std::string(f.begin() + 8, f.begin() + 12) != "WAVE")
+    WavAudioSource src;
+    if (src.OpenPath(path) != HOSTFILE_OK || src.BitsPerSample() != 16)
         return r;
-    int bits = 0;
-    for (size_t at = 12; at + 8 <= f.size();) {
-        const std::string id(f.begin() + at, f.begin() + at + 4);
-        const size_t size = Le(f, at + 4, 4), body = at + 8;
-        if (size > f.size() - body)
-            return r;
-        if (id == "fmt " && size >= 16) {
-            r.channels = int(Le(f, body + 2, 2));
-            r.rate = int(Le(f, body + 4, 4));
-            bits = int(Le(f, body + 14, 2));
-        } else if (id == "data") {
-            for (size_t i = 0; i + 1 < size; i += 2)
-                r.samples.push_back(int16_t(Le(f, body + i, 2)));
-            r.ok = bits == 16 && r.channels > 0 && size % (2 * size_t(r.channels)) == 0;
-            return r;
-        }
-        at = body + size + (size & 1);
-    }
+    r.rate = src.SampleRate(), r.channels = src.Channels();
+    while (const MEDIA_FRAME* f = src.GetNextFrame())
+        r.samples.insert(r.samples.end(), reinterpret_cast<const int16_t*>(f->pData),
+                         reinterpret_cast<const int16_t*>(f->pData + f->nDataSize));
+    r.ok = !src.Truncated();
     return r;
 }
 

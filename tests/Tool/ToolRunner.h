@@ -1,7 +1,7 @@
 // Running the dataprocess executable from the tests (alone or as a chain of
 // pipes), small y4m and WAV inputs made on the spot, and readers for what
-// the tool wrote, written from the file formats (not through the host's
-// readers the tool itself uses). Files, folders and BMPs come from the
+// the tool wrote (through the host's y4m and WAV sources, whose own tests
+// hold them to the file formats). Files, folders and BMPs come from the
 // still-image tests' helpers.
 #ifndef DATAPROCESS_TESTS_TOOLRUNNER_H
 #define DATAPROCESS_TESTS_TOOLRUNNER_H

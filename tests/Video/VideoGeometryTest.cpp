@@ -131,40 +131,4 @@ TEST(VideoProcessGeometry, OutputSizeRegionsAndBars)
     EXPECT_EQ(vp.GetVideoInfo()->nAspectY, 9);
 }
 
-TEST(VideoProcessGeometry, CropOfOddWidthIsCutExactly)
-{
-    PlaneSource src(320, 240, 0.0, 3); // padded pitches
-    const MEDIA_FRAME* s = src.Picture();
-    VideoProcess vp(&src, nullptr, 0.0);
-    vp.SetBrightness(1);
-    const MEDIA_FRAME* before = vp.GetFrame();
-    ASSERT_NE(before, nullptr);
-    vp.SetBrightness(0);
-
-    // 101 x 61 becomes 100 x 60 (the right and bottom edges move in).
-    const tagRECT crop = {10, 20, 111, 81};
-    vp.SetCropRect(&crop, IMAGE_RESIZE_LETTERBOX);
-    EXPECT_EQ(vp.GetVideoInfo()->nWidth, 100);
-    EXPECT_EQ(vp.GetVideoInfo()->nHeight, 60);
-    // The frame handed out before the change is still valid.
-    EXPECT_EQ(Y(before, 319, 239), Y(s, 319, 239) + 1);
-
-    const MEDIA_FRAME* f = vp.GetFrame();
-    ASSERT_NE(f, nullptr);
-    ASSERT_EQ(f->nWidth, 100);
-    for (int y = 0; y < 60; ++y)
-        for (int x = 0; x < 100; ++x) {
-            ASSERT_EQ(Y(f, x, y), Y(s, 10 + x, 20 + y)) << x << "," << y;
-            ASSERT_EQ(U(f, x / 2, y / 2), U(s, 5 + x / 2, 10 + y / 2)) << x << "," << y;
-        }
-
-    // An empty rectangle is the whole picture: the size follows the source
-    // and, with nothing else set, frames pass through again. Null: nothing.
-    const tagRECT none = {0, 0, 0, 0};
-    vp.SetCropRect(&none, IMAGE_RESIZE_LETTERBOX);
-    EXPECT_EQ(vp.GetFrame(), s);
-    vp.SetCropRect(nullptr, IMAGE_RESIZE_LETTERBOX);
-    EXPECT_EQ(vp.GetVideoInfo()->nWidth, 320);
-}
-
 } // namespace

@@ -102,29 +102,4 @@ TEST(VideoProcess, QuarterTurns)
     EXPECT_EQ(Y(f, 5, 2), Y(s, 62, 5));
 }
 
-TEST(VideoProcess, ModifyInfoResizesAnExistingOutput)
-{
-    PlaneSource src(64, 32);
-    src.FillFlat(90, 128, 128);
-    VideoProcess vp(&src, nullptr, 0.0);
-    vp.SetBrightness(1);
-    ASSERT_EQ(vp.GetFrame()->nWidth, 64);
-    vp.SetBrightness(0);
-
-    VideoModifyRequest request = {48, 80, 30.0};
-    EXPECT_EQ(vp.ModifyInfo(0, reinterpret_cast<uintptr_t>(&request)), 1);
-    EXPECT_EQ(vp.GetVideoStreamInfo()->videoInfo.nWidth, 80);
-    EXPECT_EQ(vp.GetVideoInfo()->nHeight, 48);
-    EXPECT_DOUBLE_EQ(vp.GetVideoInfo()->dFrameRate, 30.0);
-    const MEDIA_FRAME* f = vp.GetFrame();
-    ASSERT_EQ(f->nWidth, 80);
-    ASSERT_EQ(f->nHeight, 48);
-    EXPECT_EQ(Y(f, 40, 3), 16); // 80 x 40 with bars of 4 rows
-    EXPECT_EQ(Y(f, 40, 4), 90);
-    request.dFrameRate = 0.5; // a rate of 1 or less is ignored
-    vp.ModifyInfo(0, reinterpret_cast<uintptr_t>(&request));
-    EXPECT_DOUBLE_EQ(vp.GetVideoInfo()->dFrameRate, 30.0);
-    EXPECT_EQ(vp.ModifyInfo(0, 0), 1);
-}
-
 } // namespace

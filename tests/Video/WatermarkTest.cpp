@@ -71,44 +71,6 @@ TEST_F(StageWatermark, ScaledToFourFifthsOfTheWidthOrRefused)
     EXPECT_EQ(White(), kNone);
 }
 
-TEST_F(StageWatermark, BitmapLayouts)
-{
-    // Kept: the rectangle message shows the opacity and three edges.
-    auto bmp = Flat32(8, 4, kWhite);
-    tagRECT rc = {10, 20, 18, 24};
-    CaptureStdout();
-    vp.SetWatermarkImage(Info(bmp), nullptr, &rc, 50);
-    EXPECT_EQ(GetCapturedStdout(), "\t\t (50, 10, 20, 18)\r\n");
-
-    CaptureStdout();
-    // Pixels given apart from the header through pBits.
-    std::vector<unsigned char> header(bmp.begin(), bmp.begin() + 44), pixels(bmp.begin() + 40, bmp.end());
-    rc = {100, 100, 108, 104};
-    vp.SetWatermarkImage(Info(header), pixels.data(), &rc, 100);
-    EXPECT_EQ(White(), (Box{100, 100, 107, 103}));
-    // Top half white, bottom half black as seen, stored either way round.
-    rc = {0, 0, 4, 4};
-    for (bool topDown : {true, false}) {
-        auto halves = Bitmap32(4, 4, [](int, int y) { return y < 2 ? kWhite : kBlack; }, topDown);
-        vp.SetWatermarkImage(Info(halves), nullptr, &rc, 100);
-        EXPECT_EQ(Find(vp.GetFrame(), 235), (Box{0, 0, 3, 1})) << topDown;
-    }
-    // The library's own 20-bit layout: header, Y, V, U, alpha.
-    std::vector<unsigned char> yv12(40 + 2 * (32 + 8), 255); // alpha opaque
-    const tagBITMAPINFOHEADER hdr = {40, 8, 4, 1, 20, DP_FOURCC_YV12, 2 * (32 + 8), 0, 0, 0, 0};
-    std::memcpy(yv12.data(), &hdr, 40);
-    std::fill(yv12.begin() + 40, yv12.begin() + 72, 200);
-    std::fill(yv12.begin() + 72, yv12.begin() + 80, 90); // V
-    std::fill(yv12.begin() + 80, yv12.begin() + 88, 60); // U
-    rc = {10, 20, 18, 24};
-    vp.SetWatermarkImage(Info(yv12), nullptr, &rc, 100);
-    GetCapturedStdout();
-    const MEDIA_FRAME* f = vp.GetFrame();
-    EXPECT_EQ(Find(f, 200), (Box{10, 20, 17, 23}));
-    EXPECT_EQ(U(f, 5, 10), 60);
-    EXPECT_EQ(V(f, 5, 10), 90);
-}
-
 TEST_F(StageWatermark, PlacementIsTiedToTheUncroppedPicture)
 {
     const tagRECT crop = {100, 50, 300, 200};
@@ -167,28 +129,6 @@ TEST_F(StageWatermark, UserWatermarkByRelativeRectangle)
     EXPECT_EQ(vp2.GetFrame(), fresh.GetFrame());
 }
 
-TEST_F(StageWatermark, StageWatermarkUsesTheUserAlphaFlag)
-{
-    // Kept: the stage watermark is blended with the user watermark's
-    // per-pixel-alpha flag. With no transparent user watermark only the
-    // constant opacity counts: a clear stage watermark is drawn solid.
-    auto clear = Flat32(64, 48, kClearWhite), opaque = Flat32(10, 10, kWhite);
-    auto user = Bitmap32(10, 10, [](int x, int) { return x < 5 ? kWhite : kClearWhite; });
-    tagRECT rc = {0, 0, 64, 48};
-    CaptureStdout();
-    vp.SetWatermarkImage(Info(clear), nullptr, &rc, 100);
-    GetCapturedStdout();
-    EXPECT_EQ(White(), (Box{0, 0, 63, 47}));
-    // A user watermark with transparency switches it to its own alpha.
-    tagFRECT where = {0.5f, 0.5f, 0.6f, 0.6f};
-    vp.SetUserWatermarkImage(Info(user), nullptr, &where, 100);
-    EXPECT_EQ(Y(vp.GetFrame(), 10, 10), 16);
-    EXPECT_GE(White()[0], 320); // the user watermark's opaque half
-    // An opaque one sets the flag back.
-    vp.SetUserWatermarkImage(Info(opaque), nullptr, &where, 100);
-    EXPECT_EQ(Y(vp.GetFrame(), 10, 10), 235);
-}
-
 // A frame with separate, exact-size planes: a write outside a plane trips
 // the address sanitizer.
 struct ExactFrame {
@@ -234,32 +174,6 @@ TEST(AddWaterMark, BlendFormulasDifferInTheirDivisions)
     // Constant opacity 50% ("over" with alpha 127): 100 + 50.
     AddWaterMark(&constant.frame, &mark.frame, &rc, 50, 0, 0);
     EXPECT_EQ(Y(&constant.frame, 0, 0), 150);
-}
-
-TEST(AddWaterMark, ClipsAndOffsets)
-{
-    ExactFrame mark(30, 4, 0), dst(20, 10, 16), fromCorner(20, 10, 16), sized(20, 10, 16);
-    for (size_t i = 0; i < mark.luma.size(); ++i)
-        mark.luma[i] = static_cast<unsigned char>(20 + i % 30);
-    // x = -10: drawn from the watermark's column 10 at the left edge.
-    AddWaterMarkEx(&dst.frame, &mark.frame, -10, 2, 30, 4, 0, 0, 100, 1);
-    for (int x = 0; x < 20; ++x)
-        EXPECT_EQ(Y(&dst.frame, x, 2), 30 + x);
-    EXPECT_EQ(Y(&dst.frame, 0, 1), 16);
-    // Kept: with constant opacity xSrc is not applied, the watermark is read
-    // from its top-left corner.
-    AddWaterMarkEx(&fromCorner.frame, &mark.frame, 0, 0, 5, 2, 7, 0, 100, 0);
-    EXPECT_EQ(Y(&fromCorner.frame, 0, 0), 20);
-    EXPECT_EQ(Y(&fromCorner.frame, 4, 1), 24);
-    EXPECT_EQ(Y(&fromCorner.frame, 5, 0), 16);
-    // Negative source offsets draw nothing; -1 sizes mean the frame's.
-    AddWaterMarkEx(&sized.frame, &mark.frame, 0, 0, 5, 2, -1, 0, 100, 1);
-    EXPECT_EQ(Y(&sized.frame, 0, 0), 16);
-    AddWaterMarkEx(&sized.frame, &mark.frame, 0, 0, -1, -1, 0, 0, 100, 1);
-    EXPECT_EQ(Y(&sized.frame, 19, 3), 39);
-    EXPECT_EQ(Y(&sized.frame, 19, 4), 16); // the watermark has four rows
-    AddWaterMarkEx(nullptr, &mark.frame, 0, 0, 5, 2, 0, 0, 100, 1);
-    AddWaterMarkEx(&sized.frame, nullptr, 0, 0, 5, 2, 0, 0, 100, 1);
 }
 
 TEST(AddWaterMark, NothingIsWrittenOutsideThePlanes)
