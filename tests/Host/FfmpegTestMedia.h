@@ -67,13 +67,13 @@ inline std::string WriteMedia(const std::string& path, const MediaSpec& s)
     return w.Commit() ? "" : w.LastError();
 }
 
-// The file `name` in the tests' media folder (DP_TEST_DATA/media), made on
+// The file `name` in the tests' media folder (DP_TEST_DATA/dp-media), made on
 // first use; test processes share it (the writer renames complete files
 // into place, so two makers never leave a half file).
 inline std::string SharedMedia(const std::string& name, const MediaSpec& s, std::string* error)
 {
-    const char* base = std::getenv("DP_TEST_DATA");
-    const std::string dir = std::string(base ? base : ".") + "/media";
+    const char* base = std::getenv("DP_TEST_DATA"); // set by ctest; else the system's temporary folder
+    const std::string dir = (base ? std::string(base) : std::filesystem::temp_directory_path().string()) + "/dp-media";
     std::filesystem::create_directories(dir);
     const std::string path = dir + "/" + name;
     if (!std::filesystem::exists(path))
