@@ -78,7 +78,7 @@ void AddAudioCommand(CLI::App& app, Runner& run)
                                                  ".flac/.mka (encoded; see --codec)")
         ->required();
     AddAudioOptions(cmd, &args->audio, "--rate");
-    AddEncodeOptions(cmd, &args->encode, false, true);
+    AddEncodeOptions(cmd->add_option_group("Encoding", "for container outputs (.mp4, .mkv, ...)"), &args->encode, false, true);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
     cmd->footer("Examples:\n"
                 "  dataprocess audio in.wav -o out.wav --rate 48000 --channels 2\n"

@@ -149,9 +149,10 @@ void AddConvertCommand(CLI::App& app, Runner& run)
     cmd->add_option("-o,--output", args->output, "Output container: .mp4/.mov (H.264 + AAC), .mkv (H.264 + AAC, "
                                                  "or FFV1 + FLAC with --codec ffv1), ...")
         ->required();
-    AddVideoOptions(cmd, &args->video);
-    AddAudioOptions(cmd, &args->audio, "--audio-rate");
-    AddEncodeOptions(cmd, &args->encode, true, true);
+    AddVideoOptions(cmd->add_option_group("Video stage", "as for the video command"), &args->video);
+    AddAudioOptions(cmd->add_option_group("Audio stage", "as for the audio command; the sample rate is --audio-rate"),
+                    &args->audio, "--audio-rate");
+    AddEncodeOptions(cmd->add_option_group("Encoding"), &args->encode, true, true);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
     cmd->footer("Examples:\n"
                 "  dataprocess convert in.mp4 -o out.mp4 --size 1280x720 --rate 30 --audio-rate 48000\n"

@@ -83,7 +83,7 @@ void AddVideoCommand(CLI::App& app, Runner& run)
                                                  "(encoded; see --codec)")
         ->required();
     AddVideoOptions(cmd, &args->video);
-    AddEncodeOptions(cmd, &args->encode, true, false);
+    AddEncodeOptions(cmd->add_option_group("Encoding", "for container outputs (.mp4, .mkv, ...)"), &args->encode, true, false);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
     cmd->footer("Examples:\n"
                 "  dataprocess video in.mp4 -o out.mp4 --size 1280x720 --rate 30\n"
