@@ -12,7 +12,7 @@ namespace {
 
 TEST(ToolCommands, HelpOfEveryCommandAndVersion)
 {
-    for (const char* command : {"", "demo", "video", "audio", "bmp2jpeg"}) {
+    for (const char* command : {"", "demo", "video", "audio", "convert", "bmp2jpeg"}) {
         SCOPED_TRACE(command);
         std::vector<std::string> args{"--help"};
         if (*command)
