@@ -82,10 +82,10 @@ TEST(FlatAudio, VolumeAndFadesReachTheStage)
     PCSetFadeInOutTime(h, 0.0, 1.0, 0.0, 0.0);
     PCAudioSeek(h, 0.5);
     ExpectScaled(src, PCGetNextAudioFrame(h), 22050, 50);
-    // A fade-out over the last second: at 1.5 s half the volume again.
-    PCSetFadeInOutTime(h, 0.0, 0.0, 1.0, 1.0);
+    // A two-second fade-out from 1 s: at 1.5 s three quarters of the volume.
+    PCSetFadeInOutTime(h, 0.0, 0.0, 1.0, 2.0);
     PCAudioSeek(h, 1.5);
-    ExpectScaled(src, PCGetNextAudioFrame(h), 66150, 50);
+    ExpectScaled(src, PCGetNextAudioFrame(h), 66150, 75);
     PCAudioDestroy(h);
 }
 

@@ -72,12 +72,16 @@ TEST(VideoEvenProcess, FastSourceIsSkipped)
     for (int k = 1; k <= 10; ++k) {
         ASSERT_EQ(even.Forward(1), 1);
         EXPECT_EQ(src.CurrentIndex(), 2 * k - 1) << "grid " << k;
+        EXPECT_EQ(even.GetFrame()->llStartTime, (k * 10000000LL + 15) / 30) << "grid time, rounded";
         EXPECT_EQ(even.GetFrame()->nDuration, 333333);
     }
     // A step of several grid frames skips all the source pictures between.
     ASSERT_EQ(even.Forward(5), 5);
     EXPECT_EQ(src.CurrentIndex(), 29);
     EXPECT_EQ(even.GetFrameOffset(), 15);
+    // A rate above 200 becomes 30; 150 stays.
+    for (double asked : {150.0, 250.0})
+        EXPECT_DOUBLE_EQ(VideoEvenProcess(&src, asked).GetVideoInfo()->dFrameRate, asked > 200 ? 30.0 : asked);
 }
 
 TEST(VideoEvenProcess, EndOfStream)
