@@ -6,6 +6,7 @@
 #include <array>
 
 #include "ResizeGeometry.h"
+#include "SyntheticVideoSource.h"
 #include "VideoProcess.h"
 #include "VideoTestSupport.h"
 
@@ -129,6 +130,21 @@ TEST(VideoProcessGeometry, OutputSizeRegionsAndBars)
     EXPECT_EQ(vp.GetVideoInfo()->nWidth, 1024); // 16/9 * 576
     EXPECT_EQ(vp.GetVideoInfo()->nAspectX, 16);
     EXPECT_EQ(vp.GetVideoInfo()->nAspectY, 9);
+}
+
+// Without a size the output widens the picture to its display aspect, but a
+// widening under one per cent snaps back to the source width (exactly one
+// per cent stays).
+TEST(VideoProcessGeometry, AspectWideningUnderOnePerCentSnapsBack)
+{
+    for (const auto& [aspectX, width] : {std::pair{1005, 1000}, std::pair{1010, 1010}, std::pair{1200, 1200}}) {
+        SyntheticVideoConfig c;
+        c.width = c.height = 1000, c.aspectX = aspectX, c.aspectY = 1000;
+        SyntheticVideoSource src(c);
+        const RESIZE_PARAM none = {0, 0, IMAGE_INTERPOLATION_BILINEAR, IMAGE_RESIZE_LETTERBOX};
+        VideoProcess vp(&src, &none, 0.0);
+        EXPECT_EQ(vp.GetVideoInfo()->nWidth, width) << aspectX;
+    }
 }
 
 } // namespace
