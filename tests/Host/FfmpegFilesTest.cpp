@@ -52,11 +52,11 @@ class FfmpegRoundTrip : public ::testing::TestWithParam<Case> {};
 TEST_P(FfmpegRoundTrip, PicturesStampsAndSamples)
 {
     const Case c = GetParam();
-    MediaSpec spec;
-    spec.width = c.width;
-    spec.videoCodec = c.videoCodec;
+    MediaSpec clip;
+    clip.width = c.width;
+    clip.videoCodec = c.videoCodec;
     std::string error;
-    const std::string path = SharedMedia(c.file, spec, &error);
+    const std::string path = SharedMedia(c.file, clip, &error);
     ASSERT_EQ(error, "");
 
     FfmpegVideoSource v;
@@ -66,7 +66,7 @@ TEST_P(FfmpegRoundTrip, PicturesStampsAndSamples)
     EXPECT_EQ(vi->nHeight, 144);
     EXPECT_DOUBLE_EQ(vi->dFrameRate, 25.0);
     EXPECT_EQ(vi->nFrameCount, 25);
-    SyntheticVideoSource ref(mediatest::VideoConfig(spec));
+    SyntheticVideoSource ref(mediatest::VideoConfig(clip));
     int frames = 0;
     double worst = INFINITY;
     for (const MEDIA_FRAME* f = v.GetFrame(); f; f = v.Forward(1) ? v.GetFrame() : nullptr, ref.Forward(1)) {
@@ -85,20 +85,20 @@ TEST_P(FfmpegRoundTrip, PicturesStampsAndSamples)
     ASSERT_EQ(a.OpenPath(path), HOSTFILE_OK) << a.LastError();
     EXPECT_EQ(a.SampleRate(), 44100);
     EXPECT_EQ(a.Channels(), 2);
-    SyntheticAudioSource aref(mediatest::AudioConfig(spec));
+    SyntheticAudioSource aref(mediatest::AudioConfig(clip));
     int64_t samples = 0, mismatches = 0;
     for (MEDIA_FRAME* b = a.GetNextFrame(); b; b = a.GetNextFrame()) {
         EXPECT_EQ(b->llStartTime, std::llround(samples * 1e7 / 44100));
         const auto* s = reinterpret_cast<const int16_t*>(b->pData);
         for (int i = 0; i < b->nDataSize / 2; ++i)
-            mismatches += samples + i / 2 < spec.samples && s[i] != aref.Sample(samples + i / 2, i % 2);
+            mismatches += samples + i / 2 < clip.samples && s[i] != aref.Sample(samples + i / 2, i % 2);
         samples += b->nDataSize / 4;
     }
     if (std::isinf(c.psnrFloor)) {
-        EXPECT_EQ(samples, spec.samples);
+        EXPECT_EQ(samples, clip.samples);
         EXPECT_EQ(mismatches, 0);
     } else {
-        EXPECT_NEAR(double(samples), double(spec.samples), 1024);
+        EXPECT_NEAR(double(samples), double(clip.samples), 1024);
     }
 }
 
@@ -113,15 +113,15 @@ INSTANTIATE_TEST_SUITE_P(Codecs, FfmpegRoundTrip,
 // frame; audio seeks to the sample.
 TEST(FfmpegSeek, VideoByTimeAndNumberAudioToTheSample)
 {
-    MediaSpec spec;
-    spec.videoCodec = "ffv1";
-    spec.samples = 0;
+    MediaSpec clip;
+    clip.videoCodec = "ffv1";
+    clip.samples = 0;
     std::string error;
-    const std::string path = SharedMedia("seek.mkv", spec, &error);
+    const std::string path = SharedMedia("seek.mkv", clip, &error);
     ASSERT_EQ(error, "");
     FfmpegVideoSource v;
     ASSERT_EQ(v.OpenPath(path), HOSTFILE_OK);
-    SyntheticVideoSource ref(mediatest::VideoConfig(spec));
+    SyntheticVideoSource ref(mediatest::VideoConfig(clip));
     for (double t : {0.5, 0.01, 0.399, 0.95, 0.0}) {
         const double reached = v.VideoSeekTime(t, 0);
         const int n = static_cast<int>(t * 25);
@@ -154,15 +154,15 @@ TEST(FfmpegSeek, VideoByTimeAndNumberAudioToTheSample)
 // Variable frame rates keep their stamps (to the container's tick).
 TEST(FfmpegStamps, VariableRateKept)
 {
-    MediaSpec spec;
-    spec.jitter = 90000;
-    spec.samples = 0;
+    MediaSpec clip;
+    clip.jitter = 90000;
+    clip.samples = 0;
     std::string error;
-    const std::string path = SharedMedia("jitter.mp4", spec, &error);
+    const std::string path = SharedMedia("jitter.mp4", clip, &error);
     ASSERT_EQ(error, "");
     FfmpegVideoSource v;
     ASSERT_EQ(v.OpenPath(path), HOSTFILE_OK);
-    SyntheticVideoSource ref(mediatest::VideoConfig(spec));
+    SyntheticVideoSource ref(mediatest::VideoConfig(clip));
     int n = 0;
     for (const MEDIA_FRAME* f = v.GetFrame(); f; f = v.Forward(1) ? v.GetFrame() : nullptr, ++n)
         EXPECT_NEAR(double(f->llStartTime), double(ref.FrameStartTime(n) - ref.FrameStartTime(0)), 112) << n;
@@ -213,10 +213,10 @@ TEST(FfmpegBadInput, OneClearLineEach)
 TEST(FfmpegBadInput, DamagedPacketsAreCountedAndPassed)
 {
     filetest::TempDir dir;
-    MediaSpec spec;
-    spec.samples = 0;
+    MediaSpec clip;
+    clip.samples = 0;
     const std::string path = dir.File("damaged.mp4");
-    ASSERT_EQ(mediatest::WriteMedia(path, spec), "");
+    ASSERT_EQ(mediatest::WriteMedia(path, clip), "");
     std::vector<char> bytes(std::filesystem::file_size(path));
     std::ifstream(path, std::ios::binary).read(bytes.data(), bytes.size());
     for (size_t at : {bytes.size() / 3, bytes.size() / 2})

@@ -57,13 +57,13 @@ std::pair<int64_t, int> ReadAudio(const std::string& path, int* channels = nullp
 // the input.
 TEST(ToolConvert, Mp4To720p30WithWatermarkFadesAnd48kHz)
 {
-    mediatest::MediaSpec spec;
-    spec.width = 1920;
-    spec.height = 1080;
-    spec.frames = 50;
-    spec.samples = 88200;
+    mediatest::MediaSpec clip;
+    clip.width = 1920;
+    clip.height = 1080;
+    clip.frames = 50;
+    clip.samples = 88200;
     std::string error;
-    const std::string input = mediatest::SharedMedia("source-1080p25.mp4", spec, &error);
+    const std::string input = mediatest::SharedMedia("source-1080p25.mp4", clip, &error);
     ASSERT_EQ(error, "");
     TempDir dir;
     const std::string logo = dir.file("logo.bmp");
@@ -95,18 +95,18 @@ TEST(ToolConvert, Mp4To720p30WithWatermarkFadesAnd48kHz)
 TEST(ToolConvert, VideoAndAudioCommandsOnContainers)
 {
     TempDir dir;
-    mediatest::MediaSpec spec;
-    spec.videoCodec = "ffv1";
+    mediatest::MediaSpec clip;
+    clip.videoCodec = "ffv1";
     const std::string input = dir.file("in.mkv");
-    ASSERT_EQ(mediatest::WriteMedia(input, spec), "");
+    ASSERT_EQ(mediatest::WriteMedia(input, clip), "");
 
     ASSERT_EQ(RunTool({"video", input, "-o", dir.file("copy.mkv"), "--codec", "ffv1", "-q"}).status, 0);
     ASSERT_EQ(RunTool({"video", input, "-o", dir.file("a.y4m"), "-q"}).status, 0);
     ASSERT_EQ(RunTool({"video", dir.file("copy.mkv"), "-o", dir.file("b.y4m"), "-q"}).status, 0);
     EXPECT_EQ(ReadFile(dir.file("a.y4m")), ReadFile(dir.file("b.y4m")));
-    const ClipRead clip = ReadClip(dir.file("a.y4m"));
-    EXPECT_TRUE(clip.ok);
-    EXPECT_EQ(clip.luma.size(), 25u);
+    const ClipRead decoded = ReadClip(dir.file("a.y4m"));
+    EXPECT_TRUE(decoded.ok);
+    EXPECT_EQ(decoded.luma.size(), 25u);
 
     const RunResult r = RunTool({"audio", input, "-o", dir.file("out.m4a"), "--rate", "48000", "--channels", "1"});
     ASSERT_EQ(r.status, 0) << r.err;
