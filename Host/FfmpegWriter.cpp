@@ -14,23 +14,13 @@ extern "C" {
 }
 
 #include "FfmpegInput.h"
+#include "HostFile.h"
 
 namespace {
 
 constexpr AVRational kUnits = {1, 10000000};
 constexpr AVRational kVideoTimeBase = {1, 90000};
 constexpr int kIoBufferBytes = 1 << 16;
-
-std::string Extension(const std::string& path)
-{
-    const auto slash = path.find_last_of('/');
-    const auto dot = path.find_last_of('.');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
-        return "";
-    std::string ext = path.substr(dot + 1);
-    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return char(std::tolower(c)); });
-    return ext;
-}
 
 const char* EncoderName(const std::string& codec)
 {
@@ -55,11 +45,11 @@ bool FfmpegWriter::ChooseCodecs(const std::string& path, FfmpegOutputFormat* f, 
 {
     const AVOutputFormat* container = av_guess_format(nullptr, path.c_str(), nullptr);
     if (!container) {
-        *error = path + ": unknown output container '." + Extension(path) +
+        *error = path + ": unknown output container '." + HostPathExtension(path) +
                  "' (use .mp4, .mkv, .mov, .m4a, .flac or .mka; .y4m and .wav are written directly)";
         return false;
     }
-    const std::string ext = Extension(path);
+    const std::string ext = HostPathExtension(path);
     const bool audioOnlyContainer = container->video_codec == AV_CODEC_ID_NONE;
     if (f->width > 0 && audioOnlyContainer)
         f->width = f->height = 0; // an audio file: the video is left out

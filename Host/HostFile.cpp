@@ -1,5 +1,7 @@
 #include "HostFile.h"
 
+#include <cctype>
+
 #include <cerrno>
 #include <cstring>
 #include <cwchar>
@@ -182,4 +184,16 @@ bool HostFile::SeekTo(int64_t pos)
     }
     m_pos = pos;
     return true;
+}
+
+std::string HostPathExtension(const std::string& path)
+{
+    const auto slash = path.find_last_of('/');
+    const auto dot = path.find_last_of('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
+        return "";
+    std::string ext = path.substr(dot + 1);
+    for (char& c : ext)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return ext;
 }

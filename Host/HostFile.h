@@ -89,6 +89,10 @@ private:
 std::string HostInputName(const std::string& path);
 std::string HostOutputName(const std::string& path);
 
+// The extension of the last component of `path`, lower-case, without its
+// dot ("MP4" in "/a.b/Clip.MP4" gives "mp4"); empty when there is none.
+std::string HostPathExtension(const std::string& path);
+
 // The system's text for an errno value (thread-safe).
 std::string HostSystemErrorText(int err);
 

@@ -1,7 +1,5 @@
 #include "MediaInputs.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 
 #include "ToolErrors.h"
@@ -16,18 +14,28 @@ namespace dptool {
 
 namespace {
 
-std::string LowerExtension(const std::string& path)
+// Opens `path` with a y4m or WAV source; throws with its message.
+template <class Source> std::unique_ptr<Source> OpenPlain(const std::string& path)
 {
-    const auto slash = path.find_last_of('/');
-    const auto dot = path.find_last_of('.');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
-        return "";
-    std::string ext = path.substr(dot + 1);
-    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return char(std::tolower(c)); });
-    return ext;
+    auto source = std::make_unique<Source>();
+    if (source->OpenPath(path) != HOSTFILE_OK)
+        throw ProcessingError(source->LastError());
+    return source;
 }
 
 #ifdef DP_HAVE_FFMPEG
+// Opens `path` with an FFmpeg source; null when `optional` and the file has
+// no stream of the source's kind; throws with its message otherwise.
+template <class Source> std::unique_ptr<Source> OpenFfmpeg(const std::string& path, bool optional)
+{
+    auto source = std::make_unique<Source>();
+    if (source->OpenPath(path) == HOSTFILE_OK)
+        return source;
+    if (optional && source->NoStream())
+        return nullptr;
+    throw ProcessingError(source->LastError());
+}
+
 void WarnDamaged(const std::string& path, long long damaged)
 {
     if (damaged > 0)
@@ -48,7 +56,7 @@ bool ReadsThroughFfmpeg(const std::string& path, const char* plainExtension)
 {
     // No extension (a device, a named pipe, /dev/stdin): the plain format,
     // as for "-".
-    const std::string ext = LowerExtension(path);
+    const std::string ext = HostPathExtension(path);
     return path != "-" && !ext.empty() && ext != plainExtension;
 }
 
@@ -60,14 +68,9 @@ VideoInput::VideoInput(const std::string& path, bool optional) : m_path(path)
         return; // a WAV file: no video
     if (ReadsThroughFfmpeg(path, "y4m")) {
 #ifdef DP_HAVE_FFMPEG
-        m_ffmpeg = std::make_unique<FfmpegVideoSource>();
-        if (m_ffmpeg->OpenPath(path) != HOSTFILE_OK) {
-            if (optional && m_ffmpeg->NoStream()) {
-                m_ffmpeg.reset();
-                return;
-            }
-            throw ProcessingError(m_ffmpeg->LastError());
-        }
+        m_ffmpeg = OpenFfmpeg<FfmpegVideoSource>(path, optional);
+        if (!m_ffmpeg)
+            return;
         if (!m_ffmpeg->Warning().empty())
             Warn(m_ffmpeg->Warning());
         if (!m_ffmpeg->GetFrame())
@@ -77,9 +80,7 @@ VideoInput::VideoInput(const std::string& path, bool optional) : m_path(path)
         NoFfmpeg(path, "y4m");
 #endif
     }
-    m_y4m = std::make_unique<Y4mVideoSource>();
-    if (m_y4m->OpenPath(path) != HOSTFILE_OK)
-        throw ProcessingError(m_y4m->LastError());
+    m_y4m = OpenPlain<Y4mVideoSource>(path);
 }
 
 VideoInput::~VideoInput() = default;
@@ -149,22 +150,13 @@ AudioInput::AudioInput(const std::string& path, bool optional) : m_path(path)
         return; // a y4m stream: no audio
     if (ReadsThroughFfmpeg(path, "wav")) {
 #ifdef DP_HAVE_FFMPEG
-        m_ffmpeg = std::make_unique<FfmpegAudioSource>();
-        if (m_ffmpeg->OpenPath(path) != HOSTFILE_OK) {
-            if (optional && m_ffmpeg->NoStream()) {
-                m_ffmpeg.reset();
-                return;
-            }
-            throw ProcessingError(m_ffmpeg->LastError());
-        }
+        m_ffmpeg = OpenFfmpeg<FfmpegAudioSource>(path, optional);
         return;
 #else
         NoFfmpeg(path, "wav");
 #endif
     }
-    m_wav = std::make_unique<WavAudioSource>();
-    if (m_wav->OpenPath(path) != HOSTFILE_OK)
-        throw ProcessingError(m_wav->LastError());
+    m_wav = OpenPlain<WavAudioSource>(path);
 }
 
 AudioInput::~AudioInput() = default;
