@@ -211,4 +211,21 @@ TEST(ImageRotateResizeYUV, AlwaysLinearAboutTurnedCentre)
     }
 }
 
+// An odd-width picture turned by 90: its chroma is read with half the luma
+// width, truncated, as both size and row step (kept deliberately), so the
+// 3-wide chroma rows of a 5 x 4 picture are read 2 bytes apart and their
+// third column never. Turned chroma (X, Y) = source chroma (2 - Y, X), row 0
+// out of reach: unwritten.
+TEST(ImageRotateYV12, OddWidthChromaUsesTheTruncatedHalfWidth)
+{
+    TestPlane sy(5, 4, 5, 1, 0), su(3, 2, 3, 1, 0), sv(3, 2, 3, 1, 0), dy(4, 5, 4), du(2, 2, 2), dv(2, 2, 2);
+    su.bytes = {10, 11, 12, 13, 14, 15};
+    sv.bytes = {20, 21, 22, 23, 24, 25};
+    IMG_PARAM dst = dy.Param(0, 0, 4, 5);
+    ASSERT_EQ(1, ImageRotateYV12(sy.Param(0, 0, 5, 4), sy.data(), su.data(), sv.data(), 5, 3, 3, dst, dy.data(),
+                                 du.data(), dv.data(), 4, 2, 2, IMAGE_INTERPOLATION_NEAREST, 90));
+    EXPECT_EQ((Grid{{S, S}, {11, 13}}), du.Read());
+    EXPECT_EQ((Grid{{S, S}, {21, 23}}), dv.Read());
+}
+
 } // namespace
