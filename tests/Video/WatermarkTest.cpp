@@ -174,6 +174,13 @@ TEST(AddWaterMark, BlendFormulasDifferInTheirDivisions)
     // Constant opacity 50% ("over" with alpha 127): 100 + 50.
     AddWaterMark(&constant.frame, &mark.frame, &rc, 50, 0, 0);
     EXPECT_EQ(Y(&constant.frame, 0, 0), 150);
+    // At an odd column the chroma of the even picture columns 2 and 4 is
+    // blended: chroma columns 1 and 2; 0 and 3 stay.
+    ExactFrame odd(8, 4, 100);
+    tagRECT at1 = {1, 0, 5, 4};
+    AddWaterMark(&odd.frame, &mark.frame, &at1, 50, 0, 1);
+    EXPECT_EQ((std::vector<int>{U(&odd.frame, 0, 0), U(&odd.frame, 1, 0), U(&odd.frame, 2, 0), U(&odd.frame, 3, 0)}),
+              (std::vector<int>{128, 108, 108, 128}));
 }
 
 TEST(AddWaterMark, NothingIsWrittenOutsideThePlanes)
