@@ -107,7 +107,8 @@ void FfmpegWriter::Free()
 {
     avcodec_free_context(&m_video);
     avcodec_free_context(&m_audio);
-    av_frame_free(&m_frame);
+    av_frame_free(&m_videoFrame);
+    av_frame_free(&m_audioFrame);
     av_packet_free(&m_packet);
     swr_free(&m_swr);
     if (m_mux) {
@@ -200,9 +201,8 @@ bool FfmpegWriter::Open(const std::string& path, const FfmpegOutputFormat& forma
     int err = avformat_alloc_output_context2(&m_mux, nullptr, nullptr, path.c_str());
     if (err < 0 || !m_mux)
         return Fail("cannot set up the container", err);
-    m_frame = av_frame_alloc();
     m_packet = av_packet_alloc();
-    if (!m_frame || !m_packet)
+    if (!m_packet)
         return Fail("out of memory");
     if (m_format.width > 0 && !OpenVideo())
         return false;
@@ -279,6 +279,14 @@ bool FfmpegWriter::OpenVideo()
     av_dict_free(&opts);
     if (err < 0)
         return Fail("cannot open the " + std::string(enc->name) + " encoder", err);
+    m_videoFrame = av_frame_alloc();
+    if (!m_videoFrame)
+        return Fail("out of memory");
+    m_videoFrame->format = AV_PIX_FMT_YUV420P;
+    m_videoFrame->width = c->width;
+    m_videoFrame->height = c->height;
+    if (av_frame_get_buffer(m_videoFrame, 0) < 0)
+        return Fail("out of memory");
     m_videoStream->time_base = c->time_base;
     m_videoStream->sample_aspect_ratio = c->sample_aspect_ratio;
     m_videoStream->avg_frame_rate = c->framerate;
@@ -310,6 +318,14 @@ bool FfmpegWriter::OpenAudio()
     int err = avcodec_open2(c, enc, nullptr);
     if (err < 0)
         return Fail("cannot open the " + std::string(enc->name) + " encoder", err);
+    m_audioFrame = av_frame_alloc();
+    if (!m_audioFrame)
+        return Fail("out of memory");
+    m_audioFrame->format = c->sample_fmt;
+    m_audioFrame->sample_rate = c->sample_rate;
+    m_audioFrame->nb_samples = c->frame_size > 0 ? c->frame_size : 4096;
+    if (av_channel_layout_copy(&m_audioFrame->ch_layout, &c->ch_layout) < 0 || av_frame_get_buffer(m_audioFrame, 0) < 0)
+        return Fail("out of memory");
     m_audioStream->time_base = c->time_base;
     if (avcodec_parameters_from_context(m_audioStream->codecpar, c) < 0)
         return Fail("cannot set up the audio stream");
@@ -345,19 +361,20 @@ bool FfmpegWriter::WriteVideo(const MEDIA_FRAME* f)
         return false;
     if (!f || f->nWidth != m_format.width || f->nHeight != m_format.height)
         return Fail("a picture of another size than the stream's");
-    AVFrame* frame = m_frame;
-    av_frame_unref(frame);
-    frame->format = AV_PIX_FMT_YUV420P;
-    frame->width = f->nWidth;
-    frame->height = f->nHeight;
-    // The stage's planes are handed over as they are; the encoder copies
-    // what it keeps.
-    frame->data[0] = f->pY;
-    frame->data[1] = f->pU;
-    frame->data[2] = f->pV;
-    frame->linesize[0] = f->nPitchY;
-    frame->linesize[1] = f->nPitchU;
-    frame->linesize[2] = f->nPitchV;
+    // One picture buffer for the whole stream: writable again at once unless
+    // the encoder still holds the last picture (then FFmpeg gives it a new one).
+    AVFrame* frame = m_videoFrame;
+    if (av_frame_make_writable(frame) < 0)
+        return Fail("out of memory");
+    const int cw = (f->nWidth + 1) / 2, ch = (f->nHeight + 1) / 2;
+    const struct {
+        const unsigned char* from;
+        int pitch, bytes, rows;
+    } planes[3] = {{f->pY, f->nPitchY, f->nWidth, f->nHeight}, {f->pU, f->nPitchU, cw, ch}, {f->pV, f->nPitchV, cw, ch}};
+    for (int p = 0; p < 3; ++p)
+        for (int y = 0; y < planes[p].rows; ++y)
+            std::memcpy(frame->data[p] + static_cast<ptrdiff_t>(y) * frame->linesize[p],
+                        planes[p].from + static_cast<ptrdiff_t>(y) * planes[p].pitch, static_cast<size_t>(planes[p].bytes));
     frame->sample_aspect_ratio = m_video->sample_aspect_ratio;
     int64_t pts = av_rescale_q(f->llStartTime, kUnits, m_video->time_base);
     if (m_lastVideoPts != INT64_MIN && pts <= m_lastVideoPts)
@@ -365,8 +382,6 @@ bool FfmpegWriter::WriteVideo(const MEDIA_FRAME* f)
     m_lastVideoPts = pts;
     frame->pts = pts;
     const bool ok = Send(m_video, m_videoStream, frame);
-    if (m_frame)
-        av_frame_unref(m_frame);
     if (ok)
         ++m_videoFrames;
     return ok;
@@ -400,13 +415,12 @@ bool FfmpegWriter::EncodeAudio(bool flush)
     const size_t have = m_pcm.size() / static_cast<size_t>(channels);
     while (have - used >= static_cast<size_t>(frameSize) || (flush && have > used)) {
         int n = static_cast<int>(std::min<size_t>(have - used, static_cast<size_t>(frameSize)));
-        AVFrame* frame = m_frame;
-        av_frame_unref(frame);
-        frame->format = m_audio->sample_fmt;
-        frame->sample_rate = m_audio->sample_rate;
-        frame->nb_samples = smallLast ? n : frameSize; // a short last frame is padded with silence
-        if (av_channel_layout_copy(&frame->ch_layout, &m_audio->ch_layout) < 0 || av_frame_get_buffer(frame, 0) < 0)
+        // One sample buffer of a whole encoder frame, reused (see WriteVideo).
+        AVFrame* frame = m_audioFrame;
+        frame->nb_samples = frameSize;
+        if (av_frame_make_writable(frame) < 0)
             return Fail("out of memory");
+        frame->nb_samples = smallLast ? n : frameSize; // a short last frame is padded with silence
         const uint8_t* in[1] = {reinterpret_cast<const uint8_t*>(m_pcm.data() + used * channels)};
         if (swr_convert(m_swr, frame->extended_data, n, in, n) < 0)
             return Fail("sample conversion failed");

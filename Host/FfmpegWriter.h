@@ -100,7 +100,8 @@ private:
     AVCodecContext* m_audio = nullptr;
     AVStream* m_videoStream = nullptr;
     AVStream* m_audioStream = nullptr;
-    AVFrame* m_frame = nullptr;
+    AVFrame* m_videoFrame = nullptr; // reused for every picture
+    AVFrame* m_audioFrame = nullptr; // reused for every encoder frame of samples
     AVPacket* m_packet = nullptr;
     SwrContext* m_swr = nullptr;
     std::vector<int16_t> m_pcm; // interleaved samples waiting for a whole encoder frame
