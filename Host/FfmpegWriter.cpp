@@ -50,9 +50,17 @@ bool FfmpegWriter::ChooseCodecs(const std::string& path, FfmpegOutputFormat* f, 
         return false;
     }
     const std::string ext = HostPathExtension(path);
-    const bool audioOnlyContainer = container->video_codec == AV_CODEC_ID_NONE;
-    if (f->width > 0 && audioOnlyContainer)
+    // Files named as audio files hold audio alone, even where the container
+    // could take video (.m4a is MP4).
+    const bool audioOnlyContainer = container->video_codec == AV_CODEC_ID_NONE || ext == "m4a" || ext == "mka" ||
+                                    ext == "flac" || ext == "oga" || ext == "opus" || ext == "mp3";
+    if (f->width > 0 && audioOnlyContainer) {
+        if (f->sampleRate <= 0) {
+            *error = path + ": ." + ext + " holds audio only; write the video to .mp4, .mkv or .y4m";
+            return false;
+        }
         f->width = f->height = 0; // an audio file: the video is left out
+    }
     if (f->width > 0 && f->videoCodec.empty())
         f->videoCodec = "h264";
     if (f->sampleRate > 0 && f->audioCodec.empty())

@@ -83,6 +83,8 @@ int RunConvertCommand(const ConvertArgs& a)
     Progress progress(a.quiet, "");
     const double duration = std::max(videoIn.DurationSeconds(), audioIn.Decoder() ? audioIn.DurationSeconds() : 0.0);
     std::unique_ptr<VideoLoop> video;
+    if (videoStage && !sink->HasVideo())
+        videoStage.reset(); // an audio-only container: the audio alone
     if (videoStage)
         video = std::make_unique<VideoLoop>(videoStage.get(), *counter, *sink, vs.captures);
     bool videoLeft = video != nullptr, audioLeft = audioStack != nullptr;

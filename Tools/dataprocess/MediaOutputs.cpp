@@ -37,6 +37,7 @@ public:
     bool Commit() override { return m_writer.Commit(); }
     std::string Error() const override { return m_writer.LastError(); }
     std::string Description() const override { return "y4m"; }
+    bool HasVideo() const override { return true; }
 
 private:
     Y4mWriter m_writer;
@@ -58,6 +59,7 @@ public:
     bool Commit() override { return m_writer.Commit(); }
     std::string Error() const override { return m_writer.LastError(); }
     std::string Description() const override { return "wav"; }
+    bool HasVideo() const override { return false; }
 
 private:
     WavWriter m_writer;
@@ -76,6 +78,7 @@ public:
     bool Commit() override { return m_writer.Commit(); }
     std::string Error() const override { return m_writer.LastError(); }
     std::string Description() const override { return m_writer.Description(); }
+    bool HasVideo() const override { return m_writer.Format().width > 0; }
 
 private:
     FfmpegWriter m_writer;

@@ -26,6 +26,9 @@ public:
     // Completes the output and gives it its name.
     virtual bool Commit() = 0;
     virtual std::string Error() const = 0;
+    // The output keeps a video stream (an audio-only container such as .m4a
+    // does not: video offered to it is left out).
+    virtual bool HasVideo() const = 0;
     // "libx264 video + aac audio in mp4", "y4m", "wav".
     virtual std::string Description() const = 0;
 };

@@ -139,6 +139,7 @@ TEST(ToolConvert, BadInputAndOutputGiveOneLineAndNoFile)
         {{"video", dir.file("sound.m4a"), "-o", out}, 1, "sound.m4a: no video stream"},
         {{"video", dir.file("in.y4m"), "-o", out, "--codec", "ffv1"}, 2, "cannot hold ffv1 video (use .mkv)"},
         {{"video", dir.file("in.y4m"), "-o", dir.file("out.xyz")}, 2, "unknown output container '.xyz'"},
+        {{"video", dir.file("in.y4m"), "-o", dir.file("out.m4a")}, 2, ".m4a holds audio only"},
         {{"convert", dir.file("in.y4m"), "-o", "-"}, 2, "convert writes a file"},
         {{"video", dir.file("in.y4m"), "-o", out, "--bitrate", "fast"}, 2, "--bitrate: invalid value 'fast'"},
     };
