@@ -5,7 +5,8 @@
 // its truncated quotient by 100 is (x * 5243) >> 19 (exact up to 38400);
 // m * a + d * (255 - a) <= 65025 and its quotient by 255 is (x * 0x8081) >> 23
 // (exact up to 65535), each taken as the high half of a 16 x 16-bit product
-// shifted further. Other percentages, and rows whose destination overlaps
+// shifted further. The placement by alignment divides m * a and
+// d * (255 - a) separately (each <= 65025) with the same quotient. Other percentages, and rows whose destination overlaps
 // what they read, keep the reference.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "WatermarkBlendSimd.cpp"
@@ -44,25 +45,55 @@ HWY_INLINE V16 Blend(V16 m, V16 d, V16 a)
     return hn::ShiftRight<7>(hn::MulHigh(sum, hn::Set(D16(), 0x8081)));
 }
 
+// m * a / 255 + d * (255 - a) / 255.
+HWY_INLINE V16 BlendSplit(V16 m, V16 d, V16 a)
+{
+    const V16 k = hn::Set(D16(), 0x8081);
+    const V16 fromMark = hn::ShiftRight<7>(hn::MulHigh(hn::Mul(m, a), k));
+    const V16 fromDst = hn::ShiftRight<7>(hn::MulHigh(hn::Mul(d, hn::Sub(hn::Set(D16(), 255), a)), k));
+    return hn::Add(fromMark, fromDst);
+}
+
 HWY_INLINE V16 Load8(const uint8_t* p) { return hn::PromoteTo(D16(), hn::LoadU(D8(), p)); }
 HWY_INLINE void Store8(V16 v, uint8_t* p) { hn::StoreU(hn::DemoteTo(D8(), hn::BitCast(hn::RebindToSigned<D16>(), v)), D8(), p); }
 
-void BlendLuma(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent)
+// A luma row with one of the blends. A row longer than a vector but not a
+// multiple of it ends with one step over its last `lanes` samples, computed
+// from the row as it was before any store and stored last (the samples it
+// shares with the step before get the same values again). Rows shorter
+// than a vector go to the reference.
+template <class F>
+HWY_INLINE void LumaRow(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent, F blend)
 {
-    if (percent < 0 || percent > 100 || n <= 0 || !Apart(dst, size_t(n), mark, size_t(n)) ||
-        !Apart(dst, size_t(n), alpha, size_t(n)))
-        return ReferenceWatermarkKernels().blendLuma(dst, mark, alpha, n, percent);
     const D16 d;
     const int lanes = static_cast<int>(hn::Lanes(d));
     const V16 p = hn::Set(d, static_cast<uint16_t>(percent));
     const V16 opaque = Scaled(hn::Set(d, 255), p);
+    auto step = [&](int c) { return blend(Load8(mark + c), Load8(dst + c), alpha ? Scaled(Load8(alpha + c), p) : opaque); };
+    const int last = n - lanes;
+    const bool tail = last > 0 && n % lanes != 0;
+    const V16 tailValue = tail ? step(last) : hn::Zero(d);
     int c = 0;
-    for (; c + lanes <= n; c += lanes) {
-        const V16 a = alpha ? Scaled(Load8(alpha + c), p) : opaque;
-        Store8(Blend(Load8(mark + c), Load8(dst + c), a), dst + c);
-    }
-    if (c < n)
-        ReferenceWatermarkKernels().blendLuma(dst + c, mark + c, alpha ? alpha + c : nullptr, n - c, percent);
+    for (; c + lanes <= n; c += lanes)
+        Store8(step(c), dst + c);
+    if (tail)
+        Store8(tailValue, dst + last);
+}
+
+void BlendLuma(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent)
+{
+    if (percent < 0 || percent > 100 || n < static_cast<int>(hn::Lanes(D16())) ||
+        !Apart(dst, size_t(n), mark, size_t(n)) || !Apart(dst, size_t(n), alpha, size_t(n)))
+        return ReferenceWatermarkKernels().blendLuma(dst, mark, alpha, n, percent);
+    LumaRow(dst, mark, alpha, n, percent, [](V16 m, V16 dv, V16 a) { return Blend(m, dv, a); });
+}
+
+void BlendLumaSplit(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent)
+{
+    if (percent < 0 || percent > 100 || n < static_cast<int>(hn::Lanes(D16())) ||
+        !Apart(dst, size_t(n), mark, size_t(n)) || !Apart(dst, size_t(n), alpha, size_t(n)))
+        return ReferenceWatermarkKernels().blendLumaSplit(dst, mark, alpha, n, percent);
+    LumaRow(dst, mark, alpha, n, percent, [](V16 m, V16 dv, V16 a) { return BlendSplit(m, dv, a); });
 }
 
 void BlendChroma(uint8_t* dstU, uint8_t* dstV, const uint8_t* markU, const uint8_t* markV, const uint8_t* alpha,
@@ -76,27 +107,41 @@ void BlendChroma(uint8_t* dstU, uint8_t* dstV, const uint8_t* markU, const uint8
     const D16 d;
     const hn::Repartition<uint8_t, D16> dbytes;
     const int lanes = static_cast<int>(hn::Lanes(d));
+    if (n < lanes || (n == lanes && alpha))
+        return ReferenceWatermarkKernels().blendChroma(dstU, dstV, markU, markV, alpha, n, percent);
     const V16 p = hn::Set(d, static_cast<uint16_t>(percent));
     const V16 opaque = Scaled(hn::Set(d, 255), p);
-    int k = 0;
     // The alpha of sample k is byte 2k: the low byte of 16-bit lane k. A
     // step reads alpha bytes 2k .. 2k + 2 lanes - 1; the row's alpha ends at
-    // byte 2n - 2, so a last step that would read past it reads from one
-    // byte earlier and takes the high bytes instead.
-    for (; k + lanes <= n; k += lanes) {
-        V16 a = opaque;
-        if (alpha && 2 * (k + lanes) <= 2 * n - 1)
-            a = Scaled(hn::And(hn::BitCast(d, hn::LoadU(dbytes, alpha + 2 * k)), hn::Set(d, 0xFF)), p);
-        else if (alpha && k > 0)
-            a = Scaled(hn::ShiftRight<8>(hn::BitCast(d, hn::LoadU(dbytes, alpha + 2 * k - 1))), p);
-        else if (alpha)
-            break;
+    // byte 2n - 2, so a step that would read past it (only the last, which
+    // never starts at 0 here) reads from one byte earlier and takes the
+    // high bytes instead.
+    auto alphaAt = [&](int k) {
+        if (!alpha)
+            return opaque;
+        if (2 * (k + lanes) <= 2 * n - 1)
+            return Scaled(hn::And(hn::BitCast(d, hn::LoadU(dbytes, alpha + 2 * k)), hn::Set(d, 0xFF)), p);
+        return Scaled(hn::ShiftRight<8>(hn::BitCast(d, hn::LoadU(dbytes, alpha + 2 * k - 1))), p);
+    };
+    // As for luma: a row that is not a multiple of the vector ends with an
+    // overlapping step computed before any store and stored last.
+    const int last = n - lanes;
+    const bool tail = n % lanes != 0;
+    V16 tailU = hn::Zero(d), tailV = hn::Zero(d);
+    if (tail) {
+        const V16 a = alphaAt(last);
+        tailU = Blend(Load8(markU + last), Load8(dstU + last), a);
+        tailV = Blend(Load8(markV + last), Load8(dstV + last), a);
+    }
+    for (int k = 0; k + lanes <= n; k += lanes) {
+        const V16 a = alphaAt(k);
         Store8(Blend(Load8(markU + k), Load8(dstU + k), a), dstU + k);
         Store8(Blend(Load8(markV + k), Load8(dstV + k), a), dstV + k);
     }
-    if (k < n)
-        ReferenceWatermarkKernels().blendChroma(dstU + k, dstV + k, markU + k, markV + k,
-                                                alpha ? alpha + 2 * k : nullptr, n - k, percent);
+    if (tail) {
+        Store8(tailU, dstU + last);
+        Store8(tailV, dstV + last);
+    }
 }
 
 #endif // DP_SIMD_TARGET_USED
@@ -106,6 +151,7 @@ void FillWatermark(WatermarkKernels& t)
 #if DP_SIMD_TARGET_USED
     t.blendLuma = BlendLuma;
     t.blendChroma = BlendChroma;
+    t.blendLumaSplit = BlendLumaSplit;
 #else
     (void)t;
 #endif
