@@ -16,7 +16,7 @@ packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libcli11-dev libjp
           libhwy-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
 for group in "$@"; do
   case "$group" in
-    bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev ffmpeg linux-perf) ;;
+    bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev ffmpeg) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
     probe) packages+=(ffmpeg) ;;
     *) echo "install-deps.sh: unknown group '$group' (bench, fuzz, probe)" >&2; exit 2 ;;
