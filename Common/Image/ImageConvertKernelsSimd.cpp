@@ -245,6 +245,114 @@ void RgbToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_
     }
 }
 
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+// ---- bitmap to planes in 16-bit lanes (256-bit vectors) ----
+//
+// Each per-pixel value of the reference is floor(t / 2^14) with
+// t = kB B + kG G + kR R (kY = 1606, 8258, 4211; kU = 7193, -4768, -2425;
+// kV = -1163, -6029, 7193). Every coefficient is split as k = 128 a + b with
+// a and b signed bytes, so t = 128 H + L with H = sum a x and L = sum b x, and
+//   floor(t / 2^14) = floor((H + floor(L / 128)) / 128)
+// (nested floor divisions by positive integers compose), i.e.
+// (H + (L >> 7)) >> 7 with arithmetic shifts. The splits:
+//   Y: a = 13, 64, 33   b = -58, 66, -13
+//   U: a = 56, -37, -19 b = 25, -32, 7
+//   V: a = -9, -47, 56  b = -11, -13, 25
+// H and L come from byte-pair products (blue with green, red with the fourth
+// byte, whose coefficient is 0) summed in 16 bits: each pair stays within
+// +-16830, H within -14280 .. 28050, L within -18105 .. 16830, and
+// H + (L >> 7) within -142 .. 28181, so nothing saturates or wraps and the
+// value is the reference's exactly (also checked for every colour by the
+// kernel checker). The chroma of a 2 x 2 block is then, as in the
+// reference, the sum of its four values (at most 448 in size) >> 2, + 128.
+//
+// A step is 32 pixels of each row: four vectors of 8 pixels. Pair sums of
+// two vectors come out in the order 0-3, 8-11 | 4-7, 12-15 (128-bit
+// halves); the stores put the bytes back in order.
+HWY_INLINE __m256i PixelCoefs(int b, int g, int r)
+{
+    return _mm256_set1_epi32(static_cast<int32_t>(static_cast<uint8_t>(b) | (static_cast<uint32_t>(static_cast<uint8_t>(g)) << 8) |
+                                                  (static_cast<uint32_t>(static_cast<uint8_t>(r)) << 16)));
+}
+
+// floor(t / 2^14) of the 16 pixels of p0 and p1 (order as above).
+HWY_INLINE __m256i Value16(__m256i p0, __m256i p1, __m256i ch, __m256i cl)
+{
+    const __m256i h = _mm256_hadd_epi16(_mm256_maddubs_epi16(p0, ch), _mm256_maddubs_epi16(p1, ch));
+    const __m256i l = _mm256_hadd_epi16(_mm256_maddubs_epi16(p0, cl), _mm256_maddubs_epi16(p1, cl));
+    return _mm256_srai_epi16(_mm256_add_epi16(h, _mm256_srai_epi16(l, 7)), 7);
+}
+
+// Eight pixels as blue, green, red, fourth byte (24-bit: two 16-byte loads,
+// the second 4 bytes past the pixels, spread by a byte shuffle).
+template <int Bpp>
+HWY_INLINE __m256i LoadPixels8(const uint8_t* src)
+{
+    if (Bpp == 4)
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
+    const __m256i bytes = _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src))),
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 12)), 1);
+    const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0, 1, 2, -1, 3, 4,
+                                            5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    return _mm256_shuffle_epi8(bytes, spread);
+}
+
+// Two vectors of 16 values each (order as above) to 32 bytes in order.
+HWY_INLINE void Store32(__m256i a, __m256i b, uint8_t* dst)
+{
+    const __m256i packed = _mm256_packus_epi16(a, b); // 0-3 8-11 16-19 24-27 | 4-7 12-15 20-23 28-31
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst),
+                        _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)));
+}
+
+template <int Bpp, bool WithAlpha>
+void RgbToI420Row2Narrow(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
+                         uint8_t* a0, uint8_t* a1, int pairs)
+{
+    const __m256i yh = PixelCoefs(13, 64, 33), yl = PixelCoefs(-58, 66, -13);
+    const __m256i uh = PixelCoefs(56, -37, -19), ul = PixelCoefs(25, -32, 7);
+    const __m256i vh = PixelCoefs(-9, -47, 56), vl = PixelCoefs(-11, -13, 25);
+    const __m256i sixteen = _mm256_set1_epi16(16), half = _mm256_set1_epi16(128);
+    int i = 0;
+    // 24-bit steps read 4 bytes past their pixels: one pair must follow.
+    for (; i + 16 + (Bpp == 3 ? 1 : 0) <= pairs; i += 16) {
+        __m256i su[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()}, sv[2] = {su[0], su[1]};
+        for (int r = 0; r < 2; ++r) {
+            const uint8_t* s = (r == 0 ? src0 : src1) + 2 * i * Bpp;
+            __m256i p[4];
+            for (int j = 0; j < 4; ++j)
+                p[j] = LoadPixels8<Bpp>(s + 8 * j * Bpp);
+            Store32(_mm256_add_epi16(Value16(p[0], p[1], yh, yl), sixteen),
+                    _mm256_add_epi16(Value16(p[2], p[3], yh, yl), sixteen), (r == 0 ? y0 : y1) + 2 * i);
+            if (WithAlpha) {
+                const __m256i lo = _mm256_packus_epi32(_mm256_srli_epi32(p[0], 24), _mm256_srli_epi32(p[1], 24));
+                const __m256i hi = _mm256_packus_epi32(_mm256_srli_epi32(p[2], 24), _mm256_srli_epi32(p[3], 24));
+                Store32(lo, hi, (r == 0 ? a0 : a1) + 2 * i);
+            }
+            su[0] = _mm256_add_epi16(su[0], Value16(p[0], p[1], uh, ul));
+            su[1] = _mm256_add_epi16(su[1], Value16(p[2], p[3], uh, ul));
+            sv[0] = _mm256_add_epi16(sv[0], Value16(p[0], p[1], vh, vl));
+            sv[1] = _mm256_add_epi16(sv[1], Value16(p[2], p[3], vh, vl));
+        }
+        // Block sums: blocks 0 1 4 5 8 9 12 13 | 2 3 6 7 10 11 14 15.
+        const __m256i bu = _mm256_add_epi16(_mm256_srai_epi16(_mm256_hadd_epi16(su[0], su[1]), 2), half);
+        const __m256i bv = _mm256_add_epi16(_mm256_srai_epi16(_mm256_hadd_epi16(sv[0], sv[1]), 2), half);
+        // U bytes then V bytes in each half, then U to the low half, V to
+        // the high one, then each put in order.
+        const __m256i uv = _mm256_permute4x64_epi64(_mm256_packus_epi16(bu, bv), 0xD8);
+        const __m256i order = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, 0, 1, 8, 9, 2, 3,
+                                               10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+        const __m256i ordered = _mm256_shuffle_epi8(uv, order);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(u + i), _mm256_castsi256_si128(ordered));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(v + i), _mm256_extracti128_si256(ordered, 1));
+    }
+    if (i < pairs)
+        RgbToI420Row2<Bpp, WithAlpha>(src0 + 2 * i * Bpp, src1 + 2 * i * Bpp, y0 + 2 * i, y1 + 2 * i, u + i, v + i,
+                                      WithAlpha ? a0 + 2 * i : a0, WithAlpha ? a1 + 2 * i : a1, pairs - i);
+}
+#endif // AVX2 or AVX3
+
 // ---- packed 4:2:2 (YUY2: Y0 U Y1 V; UYVY: U Y0 V Y1), 16 pixels a step ----
 
 using B16 = hn::Full128<uint8_t>;
@@ -373,14 +481,23 @@ void FillConvert(ConvertKernels& t)
     // The 24-bit twins work on 128-bit blocks of 4 pixels; scalable vectors
     // wider than that keep the reference for them.
     t.i420ToRgb24Row2 = I420ToRgbRow2<3, false>;
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    t.rgb24ToI420Row2 = RgbToI420Row2Narrow<3, false>;
+#else
     t.rgb24ToI420Row2 = RgbToI420Row2<3, false>;
+#endif
     t.rgb24ToPackedRow = Rgb24ToPackedRow;
     t.packedToRgb24Row = PackedToRgb24Row;
 #endif
     t.i420ToRgb32Row2 = I420ToRgbRow2<4, false>;
     t.i420ToArgbRow2 = I420ToRgbRow2<4, true>;
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    t.rgb32ToI420Row2 = RgbToI420Row2Narrow<4, false>;
+    t.rgb32ToI420AlphaRow2 = RgbToI420Row2Narrow<4, true>;
+#else
     t.rgb32ToI420Row2 = RgbToI420Row2<4, false>;
     t.rgb32ToI420AlphaRow2 = RgbToI420Row2<4, true>;
+#endif
     t.i420ToPackedRow = I420ToPackedRow;
     t.packedToI420Row2 = PackedToI420Row2;
     t.swapBytePairsRow = SwapBytePairsRow;

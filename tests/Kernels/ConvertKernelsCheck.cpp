@@ -3,6 +3,7 @@
 // top-down bitmaps, planes and bitmaps at odd addresses ending at their
 // allocation, destinations pre-filled with sentinels.
 #include "ImageConvert.h"
+#include "ImageConvertKernels.h"
 #include "KernelCheck.h"
 
 namespace {
@@ -97,6 +98,40 @@ TEST(ConvertKernelsCheck, BitmapsToPlanesEqualReference)
                     });
                 }
             }
+        }
+    }
+}
+
+// Every colour through the bitmap-to-planes kernels: each 2 x 2 block holds
+// one colour four times, so the block's chroma is that colour's per-pixel
+// chroma; with the per-pixel luma that covers every value the twins compute
+// per pixel (the block mean of four of them is exact integer arithmetic,
+// covered by the random blocks above).
+TEST(ConvertKernelsCheck, BitmapsToPlanesEveryColour)
+{
+    constexpr int kPairs = 4096;
+    for (int bpp : {3, 4}) {
+        std::vector<uint8_t> row(size_t(2 * kPairs) * bpp);
+        std::vector<uint8_t> want(10 * kPairs), got(10 * kPairs);
+        auto run = [&](const dpconv::ConvertKernels& k, std::vector<uint8_t>& out) {
+            uint8_t* y = out.data();
+            const dpconv::RgbToI420Row2Fn f = bpp == 3 ? k.rgb24ToI420Row2 : k.rgb32ToI420AlphaRow2;
+            f(row.data(), row.data(), y, y + 2 * kPairs, y + 4 * kPairs, y + 5 * kPairs, y + 6 * kPairs,
+              y + 8 * kPairs, kPairs);
+        };
+        for (uint32_t first = 0; first < (1u << 24); first += kPairs) {
+            for (int i = 0; i < 2 * kPairs; ++i) {
+                const uint32_t c = first + uint32_t(i / 2);
+                for (int b = 0; b < 3; ++b)
+                    row[size_t(i) * bpp + b] = static_cast<uint8_t>(c >> (8 * b));
+                if (bpp == 4)
+                    row[size_t(i) * 4 + 3] = static_cast<uint8_t>(c >> 12);
+            }
+            run(dpconv::ReferenceConvertKernels(), want);
+            ForEachSimdLevel([&](const std::string& level) {
+                run(dpconv::GetConvertKernels(), got);
+                ASSERT_EQ(got, want) << bpp * 8 << "-bit, colours from " << first << " at " << level;
+            });
         }
     }
 }
