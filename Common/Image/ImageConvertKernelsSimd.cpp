@@ -353,6 +353,74 @@ void RgbToI420Row2Narrow(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, 
 }
 #endif // AVX2 or AVX3
 
+#if HWY_TARGET == HWY_SSE4
+// ---- bitmap to planes in 16-bit lanes (128-bit vectors) ----
+// The formulation of the 256-bit kernel above (same splits and bounds), 16
+// pixels of each row a step; 128-bit pair sums keep the pixel order.
+HWY_INLINE __m128i PixelCoefs(int b, int g, int r)
+{
+    return _mm_set1_epi32(static_cast<int32_t>(static_cast<uint8_t>(b) | (static_cast<uint32_t>(static_cast<uint8_t>(g)) << 8) |
+                                               (static_cast<uint32_t>(static_cast<uint8_t>(r)) << 16)));
+}
+
+HWY_INLINE __m128i Value16(__m128i p0, __m128i p1, __m128i ch, __m128i cl)
+{
+    const __m128i h = _mm_hadd_epi16(_mm_maddubs_epi16(p0, ch), _mm_maddubs_epi16(p1, ch));
+    const __m128i l = _mm_hadd_epi16(_mm_maddubs_epi16(p0, cl), _mm_maddubs_epi16(p1, cl));
+    return _mm_srai_epi16(_mm_add_epi16(h, _mm_srai_epi16(l, 7)), 7);
+}
+
+// Four pixels as blue, green, red, fourth byte (24-bit: 4 bytes past them are read).
+template <int Bpp>
+HWY_INLINE __m128i LoadPixels4(const uint8_t* src)
+{
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+    if (Bpp == 4)
+        return bytes;
+    return _mm_shuffle_epi8(bytes, _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+}
+
+template <int Bpp, bool WithAlpha>
+void RgbToI420Row2Narrow(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
+                         uint8_t* a0, uint8_t* a1, int pairs)
+{
+    const __m128i yh = PixelCoefs(13, 64, 33), yl = PixelCoefs(-58, 66, -13);
+    const __m128i uh = PixelCoefs(56, -37, -19), ul = PixelCoefs(25, -32, 7);
+    const __m128i vh = PixelCoefs(-9, -47, 56), vl = PixelCoefs(-11, -13, 25);
+    const __m128i sixteen = _mm_set1_epi16(16), half = _mm_set1_epi16(128);
+    int i = 0;
+    for (; i + 8 + (Bpp == 3 ? 1 : 0) <= pairs; i += 8) {
+        __m128i su[2] = {_mm_setzero_si128(), _mm_setzero_si128()}, sv[2] = {su[0], su[1]};
+        for (int r = 0; r < 2; ++r) {
+            const uint8_t* s = (r == 0 ? src0 : src1) + 2 * i * Bpp;
+            __m128i p[4];
+            for (int j = 0; j < 4; ++j)
+                p[j] = LoadPixels4<Bpp>(s + 4 * j * Bpp);
+            const __m128i y = _mm_packus_epi16(_mm_add_epi16(Value16(p[0], p[1], yh, yl), sixteen),
+                                               _mm_add_epi16(Value16(p[2], p[3], yh, yl), sixteen));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>((r == 0 ? y0 : y1) + 2 * i), y);
+            if (WithAlpha) {
+                const __m128i lo = _mm_packus_epi32(_mm_srli_epi32(p[0], 24), _mm_srli_epi32(p[1], 24));
+                const __m128i hi = _mm_packus_epi32(_mm_srli_epi32(p[2], 24), _mm_srli_epi32(p[3], 24));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>((r == 0 ? a0 : a1) + 2 * i), _mm_packus_epi16(lo, hi));
+            }
+            su[0] = _mm_add_epi16(su[0], Value16(p[0], p[1], uh, ul));
+            su[1] = _mm_add_epi16(su[1], Value16(p[2], p[3], uh, ul));
+            sv[0] = _mm_add_epi16(sv[0], Value16(p[0], p[1], vh, vl));
+            sv[1] = _mm_add_epi16(sv[1], Value16(p[2], p[3], vh, vl));
+        }
+        const __m128i bu = _mm_add_epi16(_mm_srai_epi16(_mm_hadd_epi16(su[0], su[1]), 2), half);
+        const __m128i bv = _mm_add_epi16(_mm_srai_epi16(_mm_hadd_epi16(sv[0], sv[1]), 2), half);
+        const __m128i uv = _mm_packus_epi16(bu, bv);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(u + i), uv);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(v + i), _mm_unpackhi_epi64(uv, uv));
+    }
+    if (i < pairs)
+        RgbToI420Row2<Bpp, WithAlpha>(src0 + 2 * i * Bpp, src1 + 2 * i * Bpp, y0 + 2 * i, y1 + 2 * i, u + i, v + i,
+                                      WithAlpha ? a0 + 2 * i : a0, WithAlpha ? a1 + 2 * i : a1, pairs - i);
+}
+#endif // SSE4
+
 // ---- packed 4:2:2 (YUY2: Y0 U Y1 V; UYVY: U Y0 V Y1), 16 pixels a step ----
 
 using B16 = hn::Full128<uint8_t>;
@@ -481,7 +549,7 @@ void FillConvert(ConvertKernels& t)
     // The 24-bit twins work on 128-bit blocks of 4 pixels; scalable vectors
     // wider than that keep the reference for them.
     t.i420ToRgb24Row2 = I420ToRgbRow2<3, false>;
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
     t.rgb24ToI420Row2 = RgbToI420Row2Narrow<3, false>;
 #else
     t.rgb24ToI420Row2 = RgbToI420Row2<3, false>;
@@ -491,7 +559,7 @@ void FillConvert(ConvertKernels& t)
 #endif
     t.i420ToRgb32Row2 = I420ToRgbRow2<4, false>;
     t.i420ToArgbRow2 = I420ToRgbRow2<4, true>;
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
     t.rgb32ToI420Row2 = RgbToI420Row2Narrow<4, false>;
     t.rgb32ToI420AlphaRow2 = RgbToI420Row2Narrow<4, true>;
 #else
