@@ -128,8 +128,8 @@ void LinearRow(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int g, co
         ref.linearRow(dst + i, row0, row1, g, x0 + i, x1 + i, f + i, n - i);
 }
 
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
-// Runs of rows in 16-bit lanes, 16 outputs a step. The formula summed the
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
+// Runs of rows in 16-bit lanes, 16 outputs a step (8 at SSE4). The formula summed the
 // other way round gives the same integer (no rounding before the end):
 //   h(y) = S(x0, y) (256 - f) + S(x1, y) f = 256 S(x0, y) + (S(x1, y) - S(x0, y)) f
 //   D = (h(y0) (256 - g) + h(y1) g + 32768) >> 16
@@ -145,57 +145,70 @@ void LinearRow(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int g, co
 // its first column, or earlier so the window ends at the run's last column
 // read) and picks its samples with byte shuffles that also widen them. A
 // group whose columns do not fit its window goes through the row kernel.
+constexpr int kMaxGroups = 128;
+
+struct WindowPlan {
+    alignas(32) uint8_t pick0[kMaxGroups][16];
+    alignas(32) uint8_t pick1[kMaxGroups][16];
+    int32_t base[kMaxGroups];
+    bool fits[kMaxGroups];
+};
+
+// Plans the n / 8 whole groups of a run (at most kMaxGroups).
+HWY_INLINE void PlanWindows(const int32_t* x0, const int32_t* x1, int n, WindowPlan& p)
+{
+    int32_t lo = x0[0], hi = x0[0];
+    for (int i = 0; i < n; ++i) {
+        lo = std::min(lo, std::min(x0[i], x1[i]));
+        hi = std::max(hi, std::max(x0[i], x1[i]));
+    }
+    for (int j = 0; j < n / 8; ++j) {
+        const int32_t b = std::min(x0[8 * j], hi - 15);
+        p.base[j] = b;
+        bool ok = b >= lo;
+        for (int k = 0; k < 8; ++k) {
+            const int32_t a = x0[8 * j + k] - b, c = x1[8 * j + k] - b;
+            ok = ok && a >= 0 && a <= 15 && c >= 0 && c <= 15;
+            p.pick0[j][2 * k] = static_cast<uint8_t>(a & 15);
+            p.pick1[j][2 * k] = static_cast<uint8_t>(c & 15);
+            p.pick0[j][2 * k + 1] = p.pick1[j][2 * k + 1] = 0x80; // zero high byte
+        }
+        p.fits[j] = ok;
+    }
+}
+#endif
+
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
 void LinearRowsWindows(uint8_t* const* dst, const uint8_t* const* row0, const uint8_t* const* row1, const uint8_t* g,
                        int rows, const int32_t* x0, const int32_t* x1, const uint8_t* f, int n)
 {
-    constexpr int kMaxGroups = 128;
     const int groups = n / 8;
     if (groups < 2 || groups > kMaxGroups) {
         for (int r = 0; r < rows; ++r)
             LinearRow(dst[r], row0[r], row1[r], g[r], x0, x1, f, n);
         return;
     }
-    int32_t lo = x0[0], hi = x0[0];
-    for (int i = 0; i < n; ++i) {
-        lo = std::min(lo, std::min(x0[i], x1[i]));
-        hi = std::max(hi, std::max(x0[i], x1[i]));
-    }
-    alignas(32) uint8_t pick0[kMaxGroups][16];
-    alignas(32) uint8_t pick1[kMaxGroups][16];
-    int32_t base[kMaxGroups];
-    bool fits[kMaxGroups];
-    for (int j = 0; j < groups; ++j) {
-        const int32_t b = std::min(x0[8 * j], hi - 15);
-        base[j] = b;
-        bool ok = b >= lo;
-        for (int k = 0; k < 8; ++k) {
-            const int32_t a = x0[8 * j + k] - b, c = x1[8 * j + k] - b;
-            ok = ok && a >= 0 && a <= 15 && c >= 0 && c <= 15;
-            pick0[j][2 * k] = static_cast<uint8_t>(a & 15);
-            pick1[j][2 * k] = static_cast<uint8_t>(c & 15);
-            pick0[j][2 * k + 1] = pick1[j][2 * k + 1] = 0x80; // zero high byte
-        }
-        fits[j] = ok;
-    }
+    WindowPlan plan;
+    PlanWindows(x0, x1, n, plan);
     const int planned = groups & ~1; // whole pairs of groups
     const __m256i low8 = _mm256_set1_epi16(0xFF), half = _mm256_set1_epi16(128);
     for (int r = 0; r < rows; ++r) {
         const __m256i gv = _mm256_set1_epi16(static_cast<int16_t>(g[r]));
         for (int j = 0; j < planned; j += 2) {
             const int i = 8 * j;
-            if (!fits[j] || !fits[j + 1]) {
+            if (!plan.fits[j] || !plan.fits[j + 1]) {
                 LinearRow(dst[r] + i, row0[r], row1[r], g[r], x0 + i, x1 + i, f + i, 16);
                 continue;
             }
-            const __m256i p0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(pick0[j]));
-            const __m256i p1 = _mm256_load_si256(reinterpret_cast<const __m256i*>(pick1[j]));
+            const __m256i p0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(plan.pick0[j]));
+            const __m256i p1 = _mm256_load_si256(reinterpret_cast<const __m256i*>(plan.pick1[j]));
             const __m256i fv = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(f + i)));
             __m256i h[2];
             for (int s = 0; s < 2; ++s) {
                 const uint8_t* src = s == 0 ? row0[r] : row1[r];
                 const __m256i v = _mm256_inserti128_si256(
-                    _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + base[j]))),
-                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + base[j + 1])), 1);
+                    _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[j]))),
+                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[j + 1])), 1);
                 const __m256i s0 = _mm256_shuffle_epi8(v, p0), s1 = _mm256_shuffle_epi8(v, p1);
                 h[s] = _mm256_add_epi16(_mm256_slli_epi16(s0, 8), _mm256_mullo_epi16(_mm256_sub_epi16(s1, s0), fv));
             }
@@ -210,6 +223,51 @@ void LinearRowsWindows(uint8_t* const* dst, const uint8_t* const* row0, const ui
         if (8 * planned < n)
             LinearRow(dst[r] + 8 * planned, row0[r], row1[r], g[r], x0 + 8 * planned, x1 + 8 * planned,
                       f + 8 * planned, n - 8 * planned);
+    }
+}
+#endif
+
+#if HWY_TARGET == HWY_SSE4
+void LinearRowsWindows(uint8_t* const* dst, const uint8_t* const* row0, const uint8_t* const* row1, const uint8_t* g,
+                       int rows, const int32_t* x0, const int32_t* x1, const uint8_t* f, int n)
+{
+    const int groups = n / 8;
+    if (groups < 1 || groups > kMaxGroups) {
+        for (int r = 0; r < rows; ++r)
+            LinearRow(dst[r], row0[r], row1[r], g[r], x0, x1, f, n);
+        return;
+    }
+    WindowPlan plan;
+    PlanWindows(x0, x1, n, plan);
+    const __m128i low8 = _mm_set1_epi16(0xFF), half = _mm_set1_epi16(128);
+    for (int r = 0; r < rows; ++r) {
+        const __m128i gv = _mm_set1_epi16(static_cast<int16_t>(g[r]));
+        for (int j = 0; j < groups; ++j) {
+            const int i = 8 * j;
+            if (!plan.fits[j]) {
+                LinearRow(dst[r] + i, row0[r], row1[r], g[r], x0 + i, x1 + i, f + i, 8);
+                continue;
+            }
+            const __m128i p0 = _mm_load_si128(reinterpret_cast<const __m128i*>(plan.pick0[j]));
+            const __m128i p1 = _mm_load_si128(reinterpret_cast<const __m128i*>(plan.pick1[j]));
+            const __m128i fv = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(f + i)));
+            __m128i h[2];
+            for (int s = 0; s < 2; ++s) {
+                const uint8_t* src = s == 0 ? row0[r] : row1[r];
+                const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[j]));
+                const __m128i s0 = _mm_shuffle_epi8(v, p0), s1 = _mm_shuffle_epi8(v, p1);
+                h[s] = _mm_add_epi16(_mm_slli_epi16(s0, 8), _mm_mullo_epi16(_mm_sub_epi16(s1, s0), fv));
+            }
+            const __m128i a0 = _mm_srli_epi16(h[0], 8), a1 = _mm_srli_epi16(h[1], 8);
+            const __m128i b0 = _mm_and_si128(h[0], low8), b1 = _mm_and_si128(h[1], low8);
+            const __m128i A = _mm_add_epi16(_mm_slli_epi16(a0, 8), _mm_mullo_epi16(_mm_sub_epi16(a1, a0), gv));
+            const __m128i B = _mm_add_epi16(_mm_slli_epi16(b0, 8), _mm_mullo_epi16(_mm_sub_epi16(b1, b0), gv));
+            const __m128i d = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(A, half), _mm_srli_epi16(B, 8)), 8);
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(dst[r] + i), _mm_packus_epi16(d, d));
+        }
+        if (8 * groups < n)
+            LinearRow(dst[r] + 8 * groups, row0[r], row1[r], g[r], x0 + 8 * groups, x1 + 8 * groups, f + 8 * groups,
+                      n - 8 * groups);
     }
 }
 #endif
@@ -329,7 +387,7 @@ void FillGeometry(GeometryKernels& t)
 #if DP_SIMD_TARGET_USED
     t.quarterTurn = QuarterTurn;
     t.linearRow = LinearRow;
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
     t.linearRows = LinearRowsWindows;
 #endif
     t.nearestRow = NearestRow;
