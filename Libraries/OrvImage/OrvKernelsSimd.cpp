@@ -371,6 +371,56 @@ void QuarterTurn(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t 
         QuarterTurnEdge(dst + bh * dstStep, dstStep, src + bh * down, srcStep, bw, h - bh, turn);
 }
 
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
+// Nearest rows with the same windows: each group of 8 outputs picks its
+// bytes from the 16 source bytes at its base by one byte shuffle.
+HWY_INLINE void PlanNearest(const int32_t* xi, int n, WindowPlan& p)
+{
+    int32_t lo = xi[0], hi = xi[0];
+    for (int i = 0; i < n; ++i) {
+        lo = std::min(lo, xi[i]);
+        hi = std::max(hi, xi[i]);
+    }
+    for (int j = 0; j < n / 8; ++j) {
+        const int32_t b = std::min(xi[8 * j], hi - 15);
+        p.base[j] = b;
+        bool ok = b >= lo;
+        for (int k = 0; k < 8; ++k) {
+            const int32_t a = xi[8 * j + k] - b;
+            ok = ok && a >= 0 && a <= 15;
+            p.pick0[j][k] = static_cast<uint8_t>(a & 15);
+            p.pick0[j][k + 8] = 0x80;
+        }
+        p.fits[j] = ok;
+    }
+}
+
+void NearestRowsWindows(uint8_t* const* dst, const uint8_t* const* src, int rows, const int32_t* xi, int n)
+{
+    const int groups = n / 8;
+    if (groups < 1 || groups > kMaxGroups) {
+        for (int r = 0; r < rows; ++r)
+            NearestRow(dst[r], src[r], xi, n);
+        return;
+    }
+    WindowPlan plan;
+    PlanNearest(xi, n, plan);
+    for (int r = 0; r < rows; ++r) {
+        for (int j = 0; j < groups; ++j) {
+            if (!plan.fits[j]) {
+                NearestRow(dst[r] + 8 * j, src[r], xi + 8 * j, 8);
+                continue;
+            }
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[r] + plan.base[j]));
+            const __m128i picked = _mm_shuffle_epi8(v, _mm_load_si128(reinterpret_cast<const __m128i*>(plan.pick0[j])));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(dst[r] + 8 * j), picked);
+        }
+        if (8 * groups < n)
+            NearestRow(dst[r] + 8 * groups, src[r], xi + 8 * groups, n - 8 * groups);
+    }
+}
+#endif
+
 #endif // DP_SIMD_TARGET_USED
 
 void FillBlend(BlendKernels& t)
@@ -389,6 +439,7 @@ void FillGeometry(GeometryKernels& t)
     t.linearRow = LinearRow;
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
     t.linearRows = LinearRowsWindows;
+    t.nearestRows = NearestRowsWindows;
 #endif
     t.nearestRow = NearestRow;
 #else

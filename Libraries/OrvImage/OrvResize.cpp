@@ -30,7 +30,7 @@ void ResizeSeparable(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, c
             ++x;
         } while (n < kRun && x < ax.count && ax.Sample(x, &p));
 
-        // Linear rows go to the kernel in batches that share the columns.
+        // Rows go to the kernel in batches that share the columns.
         constexpr int kBatch = 32;
         Ipp8u* dstRows[kBatch];
         const Ipp8u* rows0[kBatch];
@@ -38,8 +38,10 @@ void ResizeSeparable(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, c
         uint8_t weights[kBatch];
         int batched = 0;
         auto flush = [&] {
-            if (batched > 0)
+            if (batched > 0 && linear)
                 k.linearRows(dstRows, rows0, rows1, weights, batched, x0, x1, fx, n);
+            else if (batched > 0)
+                k.nearestRows(dstRows, rows0, batched, x0, n);
             batched = 0;
         };
         bool seen = false;
@@ -63,7 +65,10 @@ void ResizeSeparable(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, c
                 if (++batched == kBatch)
                     flush();
             } else {
-                k.nearestRow(d, pSrc + static_cast<ptrdiff_t>(NearestIndex(q, ay.last)) * srcStep, x0, n);
+                dstRows[batched] = d;
+                rows0[batched] = pSrc + static_cast<ptrdiff_t>(NearestIndex(q, ay.last)) * srcStep;
+                if (++batched == kBatch)
+                    flush();
             }
         }
         flush();
