@@ -135,6 +135,125 @@ void I420ToRgbRow2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const
     }
 }
 
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+// ---- planes to bitmap in 16-bit lanes (256-bit vectors) ----
+//
+// Per channel the reference computes floor((9536 y + c) / 2^13), clamped to
+// 0..255, with c the block's chroma term. As 9536 = 8192 + 64 * 21,
+//   floor((9536 y + c) / 2^13) = y + floor((21 y + floor(c / 64)) / 128)
+// (nested floor divisions), and floor(c / 64) comes from splitting each
+// coefficient and constant of c as 64 q + r:
+//   rv / 64: 204 v - 28532 + ((18 v - 47) >> 6)                 within -28533 .. 23559
+//   gv / 64: -50 u - 104 v + 17342 + ((-3 u - 4 v + 30) >> 6)   within -21956 .. 17342
+//   bv / 64: 2 z + ((20 u - 50) >> 6), z = 129 u - 17723         within -35447 .. 30423
+// so 21 y + floor(c / 64) fits 16 bits for red and green. For blue it is
+// formed as (21 y + z + ((20 u - 50) >> 6)) + z, exact up to the last,
+// saturating addition: a sum beyond -32768 or 32767 there gives -256 or 255
+// after the shift, which with y added still clamps to 0 or 255 as the
+// true value does. The clamp is the saturating narrowing to bytes.
+//
+// A step is 32 pixels of each row and their 16 chroma samples; the
+// unpacking and packing inside 128-bit halves keep pixels in order up to
+// the final interleave, whose halves are put in place by the stores.
+struct ChromaWords {
+    __m256i r, g, bz, blo; // per pixel: red and green terms / 64, blue's z and its low part
+};
+
+HWY_INLINE void ChromaPair(__m256i c, __m256i* lo, __m256i* hi)
+{
+    *lo = _mm256_unpacklo_epi16(c, c); // pixels 0-7 | 16-23 of the step
+    *hi = _mm256_unpackhi_epi16(c, c); // pixels 8-15 | 24-31
+}
+
+// One row's 32 pixels as B, G, R bytes in order.
+HWY_INLINE void RowChannels(const uint8_t* y, const ChromaWords& lo, const ChromaWords& hi, __m256i* b8, __m256i* g8,
+                            __m256i* r8)
+{
+    const __m256i yb = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(y));
+    const __m256i zero = _mm256_setzero_si256();
+    __m256i out[3][2];
+    for (int h = 0; h < 2; ++h) {
+        const ChromaWords& c = h == 0 ? lo : hi;
+        const __m256i yw = h == 0 ? _mm256_unpacklo_epi8(yb, zero) : _mm256_unpackhi_epi8(yb, zero);
+        const __m256i y21 = _mm256_mullo_epi16(yw, _mm256_set1_epi16(21));
+        const __m256i bsum = _mm256_adds_epi16(_mm256_add_epi16(_mm256_add_epi16(y21, c.bz), c.blo), c.bz);
+        out[0][h] = _mm256_add_epi16(yw, _mm256_srai_epi16(bsum, 7));
+        out[1][h] = _mm256_add_epi16(yw, _mm256_srai_epi16(_mm256_add_epi16(y21, c.g), 7));
+        out[2][h] = _mm256_add_epi16(yw, _mm256_srai_epi16(_mm256_add_epi16(y21, c.r), 7));
+    }
+    *b8 = _mm256_packus_epi16(out[0][0], out[0][1]);
+    *g8 = _mm256_packus_epi16(out[1][0], out[1][1]);
+    *r8 = _mm256_packus_epi16(out[2][0], out[2][1]);
+}
+
+template <int Bpp, bool Alpha255>
+HWY_INLINE void StoreRow32Px(uint8_t* dst, __m256i b8, __m256i g8, __m256i r8)
+{
+    const __m256i a8 = Alpha255 ? _mm256_set1_epi8(-1) : _mm256_setzero_si256();
+    const __m256i bgLo = _mm256_unpacklo_epi8(b8, g8), bgHi = _mm256_unpackhi_epi8(b8, g8);
+    const __m256i raLo = _mm256_unpacklo_epi8(r8, a8), raHi = _mm256_unpackhi_epi8(r8, a8);
+    const __m256i q0 = _mm256_unpacklo_epi16(bgLo, raLo); // pixels 0-3 | 16-19
+    const __m256i q1 = _mm256_unpackhi_epi16(bgLo, raLo); // 4-7 | 20-23
+    const __m256i q2 = _mm256_unpacklo_epi16(bgHi, raHi); // 8-11 | 24-27
+    const __m256i q3 = _mm256_unpackhi_epi16(bgHi, raHi); // 12-15 | 28-31
+    if (Bpp == 4) {
+        __m256i px[4] = {_mm256_permute2x128_si256(q0, q1, 0x20), _mm256_permute2x128_si256(q2, q3, 0x20),
+                         _mm256_permute2x128_si256(q0, q1, 0x31), _mm256_permute2x128_si256(q2, q3, 0x31)};
+        for (int k = 0; k < 4; ++k) {
+            __m256i* at = reinterpret_cast<__m256i*>(dst + 32 * k);
+            if (!Alpha255) // the fourth byte stays as it was
+                px[k] = _mm256_blendv_epi8(px[k], _mm256_loadu_si256(at), _mm256_set1_epi32(static_cast<int32_t>(0xFF000000u)));
+            _mm256_storeu_si256(at, px[k]);
+        }
+    } else {
+        // Each 4-pixel half packed into its first 12 bytes; 16-byte stores
+        // in increasing order, each 4 bytes longer than its pixels (the
+        // next store, or the caller's next pixel pair, writes over them).
+        const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0, 1, 2, 4, 5, 6,
+                                              8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+        const __m256i q[4] = {_mm256_shuffle_epi8(q0, pack), _mm256_shuffle_epi8(q1, pack),
+                              _mm256_shuffle_epi8(q2, pack), _mm256_shuffle_epi8(q3, pack)};
+        for (int k = 0; k < 4; ++k)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12 * k), _mm256_castsi256_si128(q[k]));
+        for (int k = 0; k < 4; ++k)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 48 + 12 * k), _mm256_extracti128_si256(q[k], 1));
+    }
+}
+
+template <int Bpp, bool Alpha255>
+void I420ToRgbRow2Narrow(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const uint8_t* v, uint8_t* dst0,
+                         uint8_t* dst1, int pairs)
+{
+    int i = 0;
+    // 24-bit steps write 4 bytes past their pixels: one pair must follow.
+    for (; i + 16 + (Bpp == 3 ? 1 : 0) <= pairs; i += 16) {
+        const __m256i uw = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i)));
+        const __m256i vw = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(v + i)));
+        auto mul = [](__m256i x, int k) { return _mm256_mullo_epi16(x, _mm256_set1_epi16(static_cast<int16_t>(k))); };
+        auto k16 = [](int k) { return _mm256_set1_epi16(static_cast<int16_t>(k)); };
+        const __m256i r = _mm256_add_epi16(_mm256_sub_epi16(mul(vw, 204), k16(28532)),
+                                           _mm256_srai_epi16(_mm256_sub_epi16(mul(vw, 18), k16(47)), 6));
+        const __m256i glo = _mm256_srai_epi16(_mm256_sub_epi16(k16(30), _mm256_add_epi16(mul(uw, 3), mul(vw, 4))), 6);
+        const __m256i g = _mm256_add_epi16(_mm256_sub_epi16(k16(17342), _mm256_add_epi16(mul(uw, 50), mul(vw, 104))), glo);
+        const __m256i bz = _mm256_sub_epi16(mul(uw, 129), k16(17723));
+        const __m256i blo = _mm256_srai_epi16(_mm256_sub_epi16(mul(uw, 20), k16(50)), 6);
+        ChromaWords lo, hi;
+        ChromaPair(r, &lo.r, &hi.r);
+        ChromaPair(g, &lo.g, &hi.g);
+        ChromaPair(bz, &lo.bz, &hi.bz);
+        ChromaPair(blo, &lo.blo, &hi.blo);
+        __m256i b8, g8, r8;
+        RowChannels(y0 + 2 * i, lo, hi, &b8, &g8, &r8);
+        StoreRow32Px<Bpp, Alpha255>(dst0 + 2 * i * Bpp, b8, g8, r8);
+        RowChannels(y1 + 2 * i, lo, hi, &b8, &g8, &r8);
+        StoreRow32Px<Bpp, Alpha255>(dst1 + 2 * i * Bpp, b8, g8, r8);
+    }
+    if (i < pairs)
+        I420ToRgbRow2<Bpp, Alpha255>(y0 + 2 * i, y1 + 2 * i, u + i, v + i, dst0 + 2 * i * Bpp, dst1 + 2 * i * Bpp,
+                                     pairs - i);
+}
+#endif // AVX2 or AVX3
+
 // ---- bitmap to planes ----
 
 // Pixels as whole 32-bit lanes (blue | green << 8 | red << 16 | fourth << 24).
@@ -548,7 +667,11 @@ void FillConvert(ConvertKernels& t)
 #if HWY_TARGET != HWY_SVE
     // The 24-bit twins work on 128-bit blocks of 4 pixels; scalable vectors
     // wider than that keep the reference for them.
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    t.i420ToRgb24Row2 = I420ToRgbRow2Narrow<3, false>;
+#else
     t.i420ToRgb24Row2 = I420ToRgbRow2<3, false>;
+#endif
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
     t.rgb24ToI420Row2 = RgbToI420Row2Narrow<3, false>;
 #else
@@ -557,8 +680,13 @@ void FillConvert(ConvertKernels& t)
     t.rgb24ToPackedRow = Rgb24ToPackedRow;
     t.packedToRgb24Row = PackedToRgb24Row;
 #endif
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    t.i420ToRgb32Row2 = I420ToRgbRow2Narrow<4, false>;
+    t.i420ToArgbRow2 = I420ToRgbRow2Narrow<4, true>;
+#else
     t.i420ToRgb32Row2 = I420ToRgbRow2<4, false>;
     t.i420ToArgbRow2 = I420ToRgbRow2<4, true>;
+#endif
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
     t.rgb32ToI420Row2 = RgbToI420Row2Narrow<4, false>;
     t.rgb32ToI420AlphaRow2 = RgbToI420Row2Narrow<4, true>;

@@ -130,7 +130,42 @@ TEST(ConvertKernelsCheck, BitmapsToPlanesEveryColour)
             run(dpconv::ReferenceConvertKernels(), want);
             ForEachSimdLevel([&](const std::string& level) {
                 run(dpconv::GetConvertKernels(), got);
-                ASSERT_EQ(got, want) << bpp * 8 << "-bit, colours from " << first << " at " << level;
+                ASSERT_TRUE(got == want) << bpp * 8 << "-bit, colours from " << first << " at " << level;
+            });
+        }
+    }
+}
+
+// Every (y, u, v) through the planes-to-bitmap kernels: for each v, a row
+// of blocks running through every u, each u with 64 blocks that hold the
+// 256 luma values.
+TEST(ConvertKernelsCheck, PlanesToBitmapsEveryColour)
+{
+    constexpr int kPairs = 256 * 64;
+    std::vector<uint8_t> y0(2 * kPairs), y1(2 * kPairs), u(kPairs), v(kPairs);
+    for (int j = 0; j < kPairs; ++j) {
+        const int k = j % 64;
+        u[j] = static_cast<uint8_t>(j / 64);
+        y0[2 * j] = static_cast<uint8_t>(4 * k);
+        y0[2 * j + 1] = static_cast<uint8_t>(4 * k + 1);
+        y1[2 * j] = static_cast<uint8_t>(4 * k + 2);
+        y1[2 * j + 1] = static_cast<uint8_t>(4 * k + 3);
+    }
+    for (int kind = 0; kind < 3; ++kind) {
+        const int bpp = kind == 0 ? 3 : 4;
+        std::vector<uint8_t> want(size_t(4) * kPairs * bpp), got(want.size());
+        auto run = [&](const dpconv::ConvertKernels& k, std::vector<uint8_t>& out) {
+            for (size_t i = 0; i < out.size(); ++i)
+                out[i] = static_cast<uint8_t>(i * 7); // fourth bytes the 32-bit kernel must keep
+            const dpconv::I420ToRgbRow2Fn f = kind == 0 ? k.i420ToRgb24Row2 : (kind == 1 ? k.i420ToRgb32Row2 : k.i420ToArgbRow2);
+            f(y0.data(), y1.data(), u.data(), v.data(), out.data(), out.data() + size_t(2) * kPairs * bpp, kPairs);
+        };
+        for (int vv = 0; vv < 256; ++vv) {
+            std::fill(v.begin(), v.end(), static_cast<uint8_t>(vv));
+            run(dpconv::ReferenceConvertKernels(), want);
+            ForEachSimdLevel([&](const std::string& level) {
+                run(dpconv::GetConvertKernels(), got);
+                ASSERT_TRUE(got == want) << "kind " << kind << ", v " << vv << " at " << level;
             });
         }
     }
