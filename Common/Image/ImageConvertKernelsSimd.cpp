@@ -201,9 +201,16 @@ HWY_INLINE void StoreRow32Px(uint8_t* dst, __m256i b8, __m256i g8, __m256i r8)
                          _mm256_permute2x128_si256(q0, q1, 0x31), _mm256_permute2x128_si256(q2, q3, 0x31)};
         for (int k = 0; k < 4; ++k) {
             __m256i* at = reinterpret_cast<__m256i*>(dst + 32 * k);
-            if (!Alpha255) // the fourth byte stays as it was
-                px[k] = _mm256_blendv_epi8(px[k], _mm256_loadu_si256(at), _mm256_set1_epi32(static_cast<int32_t>(0xFF000000u)));
-            _mm256_storeu_si256(at, px[k]);
+            if (Alpha255) {
+                _mm256_storeu_si256(at, px[k]);
+            } else { // the fourth byte stays as it was
+#if HWY_TARGET == HWY_AVX3
+                _mm256_mask_storeu_epi8(at, 0x77777777u, px[k]);
+#else
+                _mm256_storeu_si256(at, _mm256_blendv_epi8(px[k], _mm256_loadu_si256(at),
+                                                           _mm256_set1_epi32(static_cast<int32_t>(0xFF000000u))));
+#endif
+            }
         }
     } else {
         // Each 4-pixel half packed into its first 12 bytes; 16-byte stores
@@ -253,6 +260,89 @@ void I420ToRgbRow2Narrow(const uint8_t* y0, const uint8_t* y1, const uint8_t* u,
                                      pairs - i);
 }
 #endif // AVX2 or AVX3
+
+#if HWY_TARGET == HWY_SSE4
+// ---- planes to bitmap in 16-bit lanes (128-bit vectors) ----
+// The formulation of the 256-bit kernel above, 16 pixels of each row and
+// their 8 chroma samples a step (unpacking keeps the pixels in order).
+struct ChromaWords {
+    __m128i r, g, bz, blo;
+};
+
+HWY_INLINE void RowChannels(const uint8_t* y, const ChromaWords& lo, const ChromaWords& hi, __m128i* b8, __m128i* g8,
+                            __m128i* r8)
+{
+    const __m128i yb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(y));
+    const __m128i zero = _mm_setzero_si128();
+    __m128i out[3][2];
+    for (int h = 0; h < 2; ++h) {
+        const ChromaWords& c = h == 0 ? lo : hi;
+        const __m128i yw = h == 0 ? _mm_unpacklo_epi8(yb, zero) : _mm_unpackhi_epi8(yb, zero);
+        const __m128i y21 = _mm_mullo_epi16(yw, _mm_set1_epi16(21));
+        const __m128i bsum = _mm_adds_epi16(_mm_add_epi16(_mm_add_epi16(y21, c.bz), c.blo), c.bz);
+        out[0][h] = _mm_add_epi16(yw, _mm_srai_epi16(bsum, 7));
+        out[1][h] = _mm_add_epi16(yw, _mm_srai_epi16(_mm_add_epi16(y21, c.g), 7));
+        out[2][h] = _mm_add_epi16(yw, _mm_srai_epi16(_mm_add_epi16(y21, c.r), 7));
+    }
+    *b8 = _mm_packus_epi16(out[0][0], out[0][1]);
+    *g8 = _mm_packus_epi16(out[1][0], out[1][1]);
+    *r8 = _mm_packus_epi16(out[2][0], out[2][1]);
+}
+
+template <int Bpp, bool Alpha255>
+HWY_INLINE void StoreRow16Px(uint8_t* dst, __m128i b8, __m128i g8, __m128i r8)
+{
+    const __m128i a8 = Alpha255 ? _mm_set1_epi8(-1) : _mm_setzero_si128();
+    const __m128i bgLo = _mm_unpacklo_epi8(b8, g8), bgHi = _mm_unpackhi_epi8(b8, g8);
+    const __m128i raLo = _mm_unpacklo_epi8(r8, a8), raHi = _mm_unpackhi_epi8(r8, a8);
+    __m128i q[4] = {_mm_unpacklo_epi16(bgLo, raLo), _mm_unpackhi_epi16(bgLo, raLo), _mm_unpacklo_epi16(bgHi, raHi),
+                    _mm_unpackhi_epi16(bgHi, raHi)};
+    if (Bpp == 4) {
+        for (int k = 0; k < 4; ++k) {
+            __m128i* at = reinterpret_cast<__m128i*>(dst + 16 * k);
+            if (!Alpha255) // the fourth byte stays as it was
+                q[k] = _mm_blendv_epi8(q[k], _mm_loadu_si128(at), _mm_set1_epi32(static_cast<int32_t>(0xFF000000u)));
+            _mm_storeu_si128(at, q[k]);
+        }
+    } else {
+        // 16-byte stores in increasing order, each 4 bytes longer than its pixels.
+        const __m128i pack = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+        for (int k = 0; k < 4; ++k)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12 * k), _mm_shuffle_epi8(q[k], pack));
+    }
+}
+
+template <int Bpp, bool Alpha255>
+void I420ToRgbRow2Narrow(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const uint8_t* v, uint8_t* dst0,
+                         uint8_t* dst1, int pairs)
+{
+    int i = 0;
+    for (; i + 8 + (Bpp == 3 ? 1 : 0) <= pairs; i += 8) {
+        const __m128i uw = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(u + i)));
+        const __m128i vw = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(v + i)));
+        auto mul = [](__m128i x, int k) { return _mm_mullo_epi16(x, _mm_set1_epi16(static_cast<int16_t>(k))); };
+        auto k16 = [](int k) { return _mm_set1_epi16(static_cast<int16_t>(k)); };
+        const __m128i r = _mm_add_epi16(_mm_sub_epi16(mul(vw, 204), k16(28532)),
+                                        _mm_srai_epi16(_mm_sub_epi16(mul(vw, 18), k16(47)), 6));
+        const __m128i glo = _mm_srai_epi16(_mm_sub_epi16(k16(30), _mm_add_epi16(mul(uw, 3), mul(vw, 4))), 6);
+        const __m128i g = _mm_add_epi16(_mm_sub_epi16(k16(17342), _mm_add_epi16(mul(uw, 50), mul(vw, 104))), glo);
+        const __m128i bz = _mm_sub_epi16(mul(uw, 129), k16(17723));
+        const __m128i blo = _mm_srai_epi16(_mm_sub_epi16(mul(uw, 20), k16(50)), 6);
+        const ChromaWords lo{_mm_unpacklo_epi16(r, r), _mm_unpacklo_epi16(g, g), _mm_unpacklo_epi16(bz, bz),
+                             _mm_unpacklo_epi16(blo, blo)};
+        const ChromaWords hi{_mm_unpackhi_epi16(r, r), _mm_unpackhi_epi16(g, g), _mm_unpackhi_epi16(bz, bz),
+                             _mm_unpackhi_epi16(blo, blo)};
+        __m128i b8, g8, r8;
+        RowChannels(y0 + 2 * i, lo, hi, &b8, &g8, &r8);
+        StoreRow16Px<Bpp, Alpha255>(dst0 + 2 * i * Bpp, b8, g8, r8);
+        RowChannels(y1 + 2 * i, lo, hi, &b8, &g8, &r8);
+        StoreRow16Px<Bpp, Alpha255>(dst1 + 2 * i * Bpp, b8, g8, r8);
+    }
+    if (i < pairs)
+        I420ToRgbRow2<Bpp, Alpha255>(y0 + 2 * i, y1 + 2 * i, u + i, v + i, dst0 + 2 * i * Bpp, dst1 + 2 * i * Bpp,
+                                     pairs - i);
+}
+#endif // SSE4
 
 // ---- bitmap to planes ----
 
@@ -667,7 +757,7 @@ void FillConvert(ConvertKernels& t)
 #if HWY_TARGET != HWY_SVE
     // The 24-bit twins work on 128-bit blocks of 4 pixels; scalable vectors
     // wider than that keep the reference for them.
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
     t.i420ToRgb24Row2 = I420ToRgbRow2Narrow<3, false>;
 #else
     t.i420ToRgb24Row2 = I420ToRgbRow2<3, false>;
@@ -680,7 +770,7 @@ void FillConvert(ConvertKernels& t)
     t.rgb24ToPackedRow = Rgb24ToPackedRow;
     t.packedToRgb24Row = PackedToRgb24Row;
 #endif
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
     t.i420ToRgb32Row2 = I420ToRgbRow2Narrow<4, false>;
     t.i420ToArgbRow2 = I420ToRgbRow2Narrow<4, true>;
 #else
