@@ -13,11 +13,14 @@ Each job goes to 1280x720 at 30 fps with the watermark at the bottom right:
   capture   the same with a JPEG capture every second
 
 Runs alternate (tool, ffmpeg, tool, ...); the table gives the median wall
-times and their ratio (below 1: the tool is faster). Both run as they ship
+times and their ratio (below 1: the tool is faster), and the median CPU
+times (user + system over all threads), which other load on the machine
+disturbs less. Both run as they ship
 (their own thread counts); DP_SIMD in the environment caps the tool's level.
 """
 import argparse
 import os
+import resource
 import shutil
 import statistics
 import subprocess
@@ -76,10 +79,14 @@ def jobs(tool, src, logo, work, seconds):
 
 
 def timed(cmd):
+    """Wall seconds and CPU seconds (user + system, all threads) of one run."""
     with open(os.devnull, "wb") as null:
+        r0 = resource.getrusage(resource.RUSAGE_CHILDREN)
         t0 = time.monotonic()
         subprocess.run(cmd, check=True, stdin=subprocess.DEVNULL, stdout=null)
-        return time.monotonic() - t0
+        wall = time.monotonic() - t0
+        r1 = resource.getrusage(resource.RUSAGE_CHILDREN)
+        return wall, (r1.ru_utime - r0.ru_utime) + (r1.ru_stime - r0.ru_stime)
 
 
 def main():
@@ -99,7 +106,8 @@ def main():
         level = subprocess.run([a.tool, "--version"], capture_output=True, text=True).stdout.strip()
         print(f"\n## Jobs: {a.seconds} s 1080p25 H.264 + AAC -> 720p30 with a 200x100 watermark "
               f"({level}; median of {a.runs} interleaved runs)\n")
-        print("| job | dataprocess s | ffmpeg s | ratio |\n|---|---|---|---|")
+        print("| job | dataprocess s | ffmpeg s | ratio | CPU s dataprocess / ffmpeg | CPU ratio |\n"
+              "|---|---|---|---|---|---|")
         for name, tool_cmd, ffmpeg_cmd in jobs(a.tool, src, logo, work, a.seconds):
             if a.filter not in name:
                 continue
@@ -107,8 +115,10 @@ def main():
             for _ in range(a.runs):
                 t.append(timed(tool_cmd))
                 f.append(timed(ffmpeg_cmd))
-            mt, mf = statistics.median(t), statistics.median(f)
-            print(f"| {name} | {mt:.2f} | {mf:.2f} | {mt / mf:.2f}x |", flush=True)
+            mt, mf = statistics.median(x[0] for x in t), statistics.median(x[0] for x in f)
+            ct, cf = statistics.median(x[1] for x in t), statistics.median(x[1] for x in f)
+            print(f"| {name} | {mt:.2f} | {mf:.2f} | {mt / mf:.2f}x | {ct:.2f} / {cf:.2f} | {ct / cf:.2f}x |",
+                  flush=True)
     finally:
         if not a.work:
             shutil.rmtree(work, ignore_errors=True)
