@@ -454,9 +454,11 @@ void RgbToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_
     }
 }
 
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+#if HWY_TARGET == HWY_AVX2
 // ---- bitmap to planes in 16-bit lanes (256-bit vectors) ----
 //
+// (AVX-512 keeps the 32-bit-lane twin above, whose 16 pixels a vector do as
+// well there.)
 // Each per-pixel value of the reference is floor(t / 2^14) with
 // t = kB B + kG G + kR R (kY = 1606, 8258, 4211; kU = 7193, -4768, -2425;
 // kV = -1163, -6029, 7193). Every coefficient is split as k = 128 a + b with
@@ -560,7 +562,7 @@ void RgbToI420Row2Narrow(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, 
         RgbToI420Row2<Bpp, WithAlpha>(src0 + 2 * i * Bpp, src1 + 2 * i * Bpp, y0 + 2 * i, y1 + 2 * i, u + i, v + i,
                                       WithAlpha ? a0 + 2 * i : a0, WithAlpha ? a1 + 2 * i : a1, pairs - i);
 }
-#endif // AVX2 or AVX3
+#endif // AVX2
 
 #if HWY_TARGET == HWY_SSE4
 // ---- bitmap to planes in 16-bit lanes (128-bit vectors) ----
@@ -762,7 +764,7 @@ void FillConvert(ConvertKernels& t)
 #else
     t.i420ToRgb24Row2 = I420ToRgbRow2<3, false>;
 #endif
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
     t.rgb24ToI420Row2 = RgbToI420Row2Narrow<3, false>;
 #else
     t.rgb24ToI420Row2 = RgbToI420Row2<3, false>;
@@ -777,7 +779,7 @@ void FillConvert(ConvertKernels& t)
     t.i420ToRgb32Row2 = I420ToRgbRow2<4, false>;
     t.i420ToArgbRow2 = I420ToRgbRow2<4, true>;
 #endif
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
     t.rgb32ToI420Row2 = RgbToI420Row2Narrow<4, false>;
     t.rgb32ToI420AlphaRow2 = RgbToI420Row2Narrow<4, true>;
 #else
