@@ -18,10 +18,11 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if DP_SIMD_TARGET_USED
 
-// M(m, x) = (t + (t >> 8)) >> 8 with t = m * x + 128: t <= 255 * 255 + 128 =
-// 65153 and t + (t >> 8) <= 65407, so 16-bit lanes hold every step; the sum
-// of two terms is at most 510 and the saturating narrowing after the min is
-// exact.
+// M(m, x) = (t + (t >> 8)) >> 8 with t = m * x + 128 <= 65153, taken as the
+// high half of t * 257: with t = 256 q + r, both are q + floor((q + r) / 256)
+// (the extra r / 256 < 1 cannot reach the next multiple of 256 from the
+// integer q + r). The sum of two terms is at most 510 and the saturating
+// narrowing after the min is exact.
 void AlphaOverRow(uint8_t* dst, const uint8_t* a, const uint8_t* b, int n, int m1, int m2)
 {
     const hn::ScalableTag<uint16_t> d16;
@@ -32,12 +33,13 @@ void AlphaOverRow(uint8_t* dst, const uint8_t* a, const uint8_t* b, int n, int m
     const auto vm2 = hn::Set(d16, static_cast<uint16_t>(m2));
     const auto k128 = hn::Set(d16, 128);
     const auto k255 = hn::Set(d16, 255);
+    const auto k257 = hn::Set(d16, 257);
     size_t i = 0;
     for (; i + lanes <= static_cast<size_t>(n); i += lanes) {
         const auto ta = hn::Add(hn::Mul(vm1, hn::PromoteTo(d16, hn::LoadU(d8, a + i))), k128);
         const auto tb = hn::Add(hn::Mul(vm2, hn::PromoteTo(d16, hn::LoadU(d8, b + i))), k128);
-        const auto ma = hn::ShiftRight<8>(hn::Add(ta, hn::ShiftRight<8>(ta)));
-        const auto mb = hn::ShiftRight<8>(hn::Add(tb, hn::ShiftRight<8>(tb)));
+        const auto ma = hn::MulHigh(ta, k257);
+        const auto mb = hn::MulHigh(tb, k257);
         hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, hn::Min(hn::Add(ma, mb), k255))), d8, dst + i);
     }
     if (i < static_cast<size_t>(n))

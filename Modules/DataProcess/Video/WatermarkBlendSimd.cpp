@@ -80,8 +80,59 @@ HWY_INLINE void LumaRow(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha,
         Store8(tailValue, dst + last);
 }
 
+#if HWY_TARGET == HWY_AVX2
+// 32 luma samples a step with byte-pair products: (a, 255 - a) unsigned
+// times (m - 128, d - 128) signed is m a + d (255 - a) - 128 * 255, within
+// -32640 .. 32385 (nothing saturates); + 32640 gives the sum itself, then
+// the same quotient by 255. Unpacking and packing inside 128-bit halves
+// keep the order.
+HWY_INLINE __m256i Blend32(__m256i m, __m256i d, __m256i a)
+{
+    const __m256i bias = _mm256_set1_epi8(-128);
+    const __m256i ia = _mm256_xor_si256(a, _mm256_set1_epi8(-1));
+    const __m256i ms = _mm256_xor_si256(m, bias), ds = _mm256_xor_si256(d, bias);
+    const __m256i k = _mm256_set1_epi16(32640), div = _mm256_set1_epi16(static_cast<int16_t>(0x8081));
+    const __m256i s0 = _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(a, ia), _mm256_unpacklo_epi8(ms, ds)), k);
+    const __m256i s1 = _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(a, ia), _mm256_unpackhi_epi8(ms, ds)), k);
+    return _mm256_packus_epi16(_mm256_srli_epi16(_mm256_mulhi_epu16(s0, div), 7),
+                               _mm256_srli_epi16(_mm256_mulhi_epu16(s1, div), 7));
+}
+
+// alpha * percent / 100 for 32 alpha bytes (as Scaled).
+HWY_INLINE __m256i Scaled32(__m256i alpha, __m256i percent)
+{
+    const __m256i zero = _mm256_setzero_si256(), k = _mm256_set1_epi16(5243);
+    const __m256i lo = _mm256_srli_epi16(_mm256_mulhi_epu16(_mm256_mullo_epi16(_mm256_unpacklo_epi8(alpha, zero), percent), k), 3);
+    const __m256i hi = _mm256_srli_epi16(_mm256_mulhi_epu16(_mm256_mullo_epi16(_mm256_unpackhi_epi8(alpha, zero), percent), k), 3);
+    return _mm256_packus_epi16(lo, hi);
+}
+#endif
+
 void BlendLuma(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent)
 {
+#if HWY_TARGET == HWY_AVX2
+    if (percent >= 0 && percent <= 100 && n >= 32 && Apart(dst, size_t(n), mark, size_t(n)) &&
+        Apart(dst, size_t(n), alpha, size_t(n))) {
+        const __m256i p = _mm256_set1_epi16(static_cast<int16_t>(percent));
+        const __m256i opaque = _mm256_set1_epi8(static_cast<char>(255 * percent / 100));
+        auto step = [&](int c) {
+            const __m256i a = !alpha ? opaque
+                                     : (percent == 100 ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(alpha + c))
+                                                       : Scaled32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(alpha + c)), p));
+            return Blend32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(mark + c)),
+                           _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + c)), a);
+        };
+        // As LumaRow: an overlapping last step computed before any store.
+        const int last = n - 32;
+        const bool tail = n % 32 != 0;
+        const __m256i tailValue = tail ? step(last) : _mm256_setzero_si256();
+        for (int c = 0; c + 32 <= n; c += 32)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + c), step(c));
+        if (tail)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + last), tailValue);
+        return;
+    }
+#endif
     if (percent < 0 || percent > 100 || n < static_cast<int>(hn::Lanes(D16())) ||
         !Apart(dst, size_t(n), mark, size_t(n)) || !Apart(dst, size_t(n), alpha, size_t(n)))
         return ReferenceWatermarkKernels().blendLuma(dst, mark, alpha, n, percent);
