@@ -155,6 +155,40 @@ void BlendChroma(uint8_t* dstU, uint8_t* dstV, const uint8_t* markU, const uint8
         !Apart(dstV, sz, markU, sz) || !Apart(dstV, sz, markV, sz) || !Apart(dstU, sz, dstV, sz) ||
         !Apart(dstU, sz, alpha, 2 * sz) || !Apart(dstV, sz, alpha, 2 * sz))
         return ReferenceWatermarkKernels().blendChroma(dstU, dstV, markU, markV, alpha, n, percent);
+#if HWY_TARGET == HWY_AVX2
+    // 32 samples a step while the step's 64 alpha bytes lie inside the
+    // row's (its last is byte 2n - 2): the even bytes, packed in order, then
+    // the luma step's blend for each plane. The rest below.
+    if (n >= 33) {
+        const __m256i p = _mm256_set1_epi16(static_cast<int16_t>(percent));
+        const __m256i opaque = _mm256_set1_epi8(static_cast<char>(255 * percent / 100));
+        const __m256i even = _mm256_set1_epi16(0xFF);
+        int k = 0;
+        for (; k + 33 <= n; k += 32) {
+            __m256i a = opaque;
+            if (alpha) {
+                const __m256i lo = _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(alpha + 2 * k)), even);
+                const __m256i hi =
+                    _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(alpha + 2 * k + 32)), even);
+                a = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8);
+                if (percent != 100)
+                    a = Scaled32(a, p);
+            }
+            __m256i* u = reinterpret_cast<__m256i*>(dstU + k);
+            __m256i* v = reinterpret_cast<__m256i*>(dstV + k);
+            _mm256_storeu_si256(u, Blend32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(markU + k)),
+                                           _mm256_loadu_si256(u), a));
+            _mm256_storeu_si256(v, Blend32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(markV + k)),
+                                           _mm256_loadu_si256(v), a));
+        }
+        dstU += k;
+        dstV += k;
+        markU += k;
+        markV += k;
+        alpha = alpha ? alpha + 2 * k : nullptr;
+        n -= k;
+    }
+#endif
     const D16 d;
     const hn::Repartition<uint8_t, D16> dbytes;
     const int lanes = static_cast<int>(hn::Lanes(d));
