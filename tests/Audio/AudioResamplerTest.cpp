@@ -318,10 +318,10 @@ TEST_F(HqTest, RefusalsSayWhyInOneLine)
         const char* says;
     } cases[] = {
         {44100, 48000, 2, 7, false, "unknown resampler 7"},
-        {44100, 48000, 0, AUDIO_RESAMPLER_HQ, false, kHaveHq ? "0 channels" : "without libsoxr"},
-        {44100, 48000, 65, AUDIO_RESAMPLER_HQ, false, kHaveHq ? "65 channels (it takes 1 to 64)" : "without libsoxr"},
-        {0, 48000, 2, AUDIO_RESAMPLER_HQ, false, kHaveHq ? "a sample rate of 0 Hz" : "without libsoxr"},
-        {8, 48000, 2, AUDIO_RESAMPLER_HQ, false, kHaveHq ? "beyond 1:1024" : "without libsoxr"},
+        {44100, 48000, 0, AUDIO_RESAMPLER_HQ, false, kHaveHq ? "with 0 channels: it takes 1 to 64 channels" : "without libsoxr"},
+        {44100, 48000, 65, AUDIO_RESAMPLER_HQ, false, kHaveHq ? "with 65 channels" : "without libsoxr"},
+        {0, 48000, 2, AUDIO_RESAMPLER_HQ, false, kHaveHq ? "above 0 Hz" : "without libsoxr"},
+        {8, 48000, 2, AUDIO_RESAMPLER_HQ, false, kHaveHq ? "more than 1024 times apart" : "without libsoxr"},
         {44100, 48000, 2, AUDIO_RESAMPLER_HQ, true, "chosen before the first block"},
     };
     for (const auto& c : cases) {
@@ -361,7 +361,7 @@ TEST_F(HqTest, StageFallsBackToLinearForAStreamTheModeCannotServe)
     cfg.channels = 2;
     cfg.totalFrames = 3000;
     SyntheticAudioSource a(cfg), b(cfg);
-    AudioProcess hq(&a, 8, 2, 16, 0), linear(&b, 8, 2, 16, 0); // 44100 -> 8 Hz: beyond 1:1024
+    AudioProcess hq(&a, 8, 2, 16, 0), linear(&b, 8, 2, 16, 0); // 44100 -> 8 Hz
     ASSERT_EQ(hq.SetResampler(AUDIO_RESAMPLER_HQ), 1);
     Samples x, y;
     for (AudioProcess* s : {&hq, &linear}) {
@@ -374,7 +374,7 @@ TEST_F(HqTest, StageFallsBackToLinearForAStreamTheModeCannotServe)
     EXPECT_EQ(x, y);
     EXPECT_EQ(hq.GetResampler(), AUDIO_RESAMPLER_LINEAR);
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_NE(lines[0].find("beyond 1:1024"), std::string::npos) << lines[0];
+    EXPECT_NE(lines[0].find("more than 1024 times apart"), std::string::npos) << lines[0];
 }
 
 } // namespace

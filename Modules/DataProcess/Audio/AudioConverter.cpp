@@ -130,8 +130,8 @@ int CAudioConverter::SetResampler(int nMode)
     if (!DPAudioResamplerAvailable(AUDIO_RESAMPLER_HQ) || nSrcRate != nDstRate)
         resampler = dp_audio::HqResampler::Create(nSrcRate, nDstRate, nDstChannels, &why);
     if (!resampler && !why.empty()) {
-        OrvLogEx(L"CAudioConverter: the hq resampler cannot convert %d Hz to %d Hz, %d channels: %s; the linear "
-                 L"resampler stays in use",
+        OrvLogEx(L"CAudioConverter: the hq resampler cannot convert %d Hz to %d Hz with %d channels: %s; the "
+                 L"linear resampler stays in use",
                  nSrcRate, nDstRate, nDstChannels, why.c_str());
         return 0;
     }

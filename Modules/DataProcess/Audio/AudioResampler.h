@@ -23,10 +23,10 @@
  *    frame: the rest of that frame is taken from the next block);
  *  - channel conversion, the timeline stage, volume and fades work as in
  *    the linear mode; with equal rates both modes give the same bytes.
- * It needs a build with libsoxr (DPAudioResamplerAvailable says so), serves
- * any two positive rates and 1 to AUDIO_RESAMPLER_HQ_MAX_CHANNELS output
- * channels; a stream it cannot serve is converted by the linear mode, with
- * one line in the log saying why. Its output may differ by one unit between
+ * It needs a build with libsoxr (DPAudioResamplerAvailable says so), and
+ * serves two positive rates up to 1024 times apart with 1 to
+ * AUDIO_RESAMPLER_HQ_MAX_CHANNELS output channels; a stream it cannot serve
+ * is converted by the linear mode, with one line in the log saying why. Its output may differ by one unit between
  * processors (libsoxr picks its own vector code), never between runs.
  *
  * This header compiles as C99 and as C++. */

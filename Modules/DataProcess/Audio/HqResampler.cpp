@@ -34,13 +34,12 @@ std::unique_ptr<HqResampler> HqResampler::Create(int inRate, int outRate, int ch
 {
     std::string why;
     if (channels < 1 || channels > AUDIO_RESAMPLER_HQ_MAX_CHANNELS)
-        why = std::to_string(channels) + " channels (it takes 1 to " +
-              std::to_string(AUDIO_RESAMPLER_HQ_MAX_CHANNELS) + ")";
+        why = "it takes 1 to " + std::to_string(AUDIO_RESAMPLER_HQ_MAX_CHANNELS) + " channels";
     else if (inRate <= 0 || outRate <= 0)
-        why = "a sample rate of " + std::to_string(std::min(inRate, outRate)) + " Hz";
+        why = "sample rates must be above 0 Hz";
     else if (static_cast<long long>(inRate) > static_cast<long long>(outRate) * kMaxRatio ||
              static_cast<long long>(outRate) > static_cast<long long>(inRate) * kMaxRatio)
-        why = "a rate ratio beyond 1:" + std::to_string(kMaxRatio);
+        why = "the rates are more than " + std::to_string(kMaxRatio) + " times apart";
 #if DP_HAVE_SOXR
     if (why.empty()) {
         // Interleaved 16-bit samples both ways, rounded without dither (the
