@@ -8,8 +8,10 @@
  *
  * AUDIO_RESAMPLER_HQ converts the rate through libsoxr's high-quality recipe
  * (20-bit precision, linear phase, passband to 91.3 % of the lower Nyquist
- * frequency): well above 80 dB of signal-to-noise ratio for 16-bit output
- * and more than 100 dB of alias rejection. It is a stream resampler:
+ * frequency): about 90 dB of signal-to-noise ratio on a tone (the 16-bit
+ * output's rounding is most of what is left), and a tone above the new
+ * Nyquist frequency leaves nothing above that floor. It is a stream
+ * resampler:
  *  - sample k of the output belongs at k / output rate after the first
  *    input sample (the filter's delay is compensated), and the stage stamps
  *    each block with the time of its first sample;
