@@ -127,6 +127,7 @@ TEST_F(ShapesTest, EveryShapeThroughEveryCommand)
         {"song.mp3", {}, "convert", "b.mp4", 0, "", 0, 1, 44100},
         {"song.mp3", {}, "video", "c.y4m", 1, "song.mp3: no video stream", 0, 0, 0},
         {"song.mp3", {"--capture", "0.5:x.jpg"}, "convert", "d.mp4", 2, "--capture:", 0, 0, 0},
+        {"song.mp3", {}, "convert", "d.y4m", 2, "holds video; the input has only audio", 0, 0, 0},
         // Cover art is not video.
         {"cover.mp3", {}, "convert", "e.mp4", 0, "", 0, 1, 44100},
         {"cover.mp3", {}, "video", "f.y4m", 1, "cover.mp3: no video stream", 0, 0, 0},
