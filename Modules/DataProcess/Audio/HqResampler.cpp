@@ -33,7 +33,9 @@ struct HqResampler::Engine {};
 std::unique_ptr<HqResampler> HqResampler::Create(int inRate, int outRate, int channels, std::string* reason)
 {
     std::string why;
-    if (channels < 1 || channels > AUDIO_RESAMPLER_HQ_MAX_CHANNELS)
+    if (!DP_HAVE_SOXR)
+        why = "this build has no high-quality resampler (DataProcess was built without libsoxr)";
+    else if (channels < 1 || channels > AUDIO_RESAMPLER_HQ_MAX_CHANNELS)
         why = "it takes 1 to " + std::to_string(AUDIO_RESAMPLER_HQ_MAX_CHANNELS) + " channels";
     else if (inRate <= 0 || outRate <= 0)
         why = "sample rates must be above 0 Hz";
@@ -56,9 +58,6 @@ std::unique_ptr<HqResampler> HqResampler::Create(int inRate, int outRate, int ch
             return std::unique_ptr<HqResampler>(new HqResampler(std::move(engine), inRate, outRate, channels));
         why = std::string("libsoxr: ") + (error ? error : "cannot create a resampler");
     }
-#else
-    if (why.empty())
-        why = "this build has no high-quality resampler (DataProcess was built without libsoxr)";
 #endif
     if (reason)
         *reason = why;
