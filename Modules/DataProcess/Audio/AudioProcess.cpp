@@ -227,7 +227,7 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
                     bFlushed = false;
                 }
                 const int bytes = frame->pData && frame->nDataSize > 0 ? frame->nDataSize : 0;
-                pTimeMap->AddBlock(frame->llStartTime, SampleCount(bytes, bytesPerSample));
+                pTimeMap->AddBlock({frame->llStartTime, frame->llStopTime}, SampleCount(bytes, bytesPerSample));
             }
         }
         if (!pConverter) {
@@ -288,15 +288,14 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
         pOutFrame->nDuration = static_cast<int32_t>(duration);
         if (pTimeMap && got > 0) {
             // Stamped by where its first sample belongs; the resampler's
-            // output is whole frames.
+            // output is whole frames, and the duration is their length.
             const int64_t frames = got / pAudioInfo->nChannels;
-            const int64_t length = static_cast<int64_t>(
-                std::llround(static_cast<double>(frames) * 1e7 / pAudioInfo->nSampleRate));
-            const int64_t t = pTimeMap->TimeOf(llFramesOut);
+            const dp_audio::AudioTimeMap::Stamps t = pTimeMap->TimeOf(llFramesOut);
             llFramesOut += frames;
-            pOutFrame->llStartTime = t;
-            pOutFrame->llStopTime = t == -1 ? -1 : t + length;
-            pOutFrame->nDuration = static_cast<int32_t>(std::min<int64_t>(length, INT32_MAX));
+            pOutFrame->llStartTime = t.start;
+            pOutFrame->llStopTime = t.stop;
+            pOutFrame->nDuration = static_cast<int32_t>(std::min<int64_t>(
+                std::llround(static_cast<double>(frames) * 1e7 / pAudioInfo->nSampleRate), INT32_MAX));
         }
         if (pOutFrame->nDataSize != 0) {
             result = pOutFrame;

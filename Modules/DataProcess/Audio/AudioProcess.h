@@ -50,9 +50,9 @@ public:
     // stop times of the first source block read for it and carries the sum
     // of their durations. In the high-quality mode (with a rate change) its
     // start is the time of its first sample, taken from the source block
-    // that sample comes from, and its stop and duration follow from its
-    // length; when the source ends, the resampler's tail comes out as one
-    // more block before the null.
+    // that sample comes from (its stop time moved by the same offset), and
+    // its duration is its own length; when the source ends, the resampler's
+    // tail comes out as one more block before the null.
     MEDIA_FRAME* GetNextFrame() override;
     double GetOffset() const override;
     // The stage's own records when it converts, else the source's.

@@ -10,14 +10,14 @@ AudioTimeMap::AudioTimeMap(int inRate, int inChannels, int outRate)
 {
 }
 
-void AudioTimeMap::AddBlock(int64_t start, long long samples)
+void AudioTimeMap::AddBlock(Stamps stamps, long long samples)
 {
-    m_blocks.push_back({m_samples, start});
+    m_blocks.push_back({m_samples, stamps});
     if (samples > 0)
         m_samples += samples;
 }
 
-int64_t AudioTimeMap::TimeOf(long long frame)
+AudioTimeMap::Stamps AudioTimeMap::TimeOf(long long frame)
 {
     // Input position in frames; exact to far below a sample for any count
     // a stream reaches (frame x rate stays below 2^53 for centuries of
@@ -26,11 +26,12 @@ int64_t AudioTimeMap::TimeOf(long long frame)
     const double sample = position * m_inChannels;
     while (m_blocks.size() > 1 && static_cast<double>(m_blocks[1].position) <= sample)
         m_blocks.pop_front();
-    if (m_blocks.empty() || m_blocks.front().start == -1)
-        return -1;
+    if (m_blocks.empty())
+        return {-1, -1};
     const Block& b = m_blocks.front();
-    const double offset = position - static_cast<double>(b.position) / m_inChannels;
-    return b.start + std::llround(offset * 1e7 / m_inRate);
+    const int64_t offset =
+        std::llround((position - static_cast<double>(b.position) / m_inChannels) * 1e7 / m_inRate);
+    return {b.stamps.start == -1 ? -1 : b.stamps.start + offset, b.stamps.stop == -1 ? -1 : b.stamps.stop + offset};
 }
 
 void AudioTimeMap::Restart()
