@@ -16,9 +16,15 @@ namespace dptool {
 
 class AudioInput;
 
+// Sample rates the tool takes in and gives out, in Hz.
+constexpr int kMinSampleRate = 1000;
+constexpr int kMaxSampleRate = 384000;
+
 struct AudioArgs {
     int rate = 0, channels = 0, volume = 100;
+    int audioStream = -1; // -1: the best
     std::string fadeIn, fadeOut;
+    std::string resampler; // "linear", "hq", empty: hq where the library has it
     bool noTimeline = false;
     bool verbose = false;
 };
