@@ -141,6 +141,9 @@ void LinearRow(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int g, co
 // at most 255 * 256, formed the same way), so
 //   D = (A + 128 + (B >> 8)) >> 8
 // (nested floor divisions), and A + 128 + (B >> 8) < 2^16 because D <= 255.
+// A row with g = 0 (every other row of a reduction by 1.5) is
+// D = (256 h(y0) + 32768) >> 16 = (h(y0) + 128) >> 8: its second source row
+// is not needed.
 //
 // The columns are the same for every row, so they are planned once: each
 // group of 8 outputs reads a 16-byte window of a source row (starting at
@@ -206,7 +209,7 @@ void LinearRowsWindows(uint8_t* const* dst, const uint8_t* const* row0, const ui
             const __m256i p1 = _mm256_load_si256(reinterpret_cast<const __m256i*>(plan.pick1[j]));
             const __m256i fv = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(f + i)));
             __m256i h[2];
-            for (int s = 0; s < 2; ++s) {
+            for (int s = 0; s < (g[r] == 0 ? 1 : 2); ++s) {
                 const uint8_t* src = s == 0 ? row0[r] : row1[r];
                 const __m256i v = _mm256_inserti128_si256(
                     _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[j]))),
@@ -214,11 +217,18 @@ void LinearRowsWindows(uint8_t* const* dst, const uint8_t* const* row0, const ui
                 const __m256i s0 = _mm256_shuffle_epi8(v, p0), s1 = _mm256_shuffle_epi8(v, p1);
                 h[s] = _mm256_add_epi16(_mm256_slli_epi16(s0, 8), _mm256_mullo_epi16(_mm256_sub_epi16(s1, s0), fv));
             }
-            const __m256i a0 = _mm256_srli_epi16(h[0], 8), a1 = _mm256_srli_epi16(h[1], 8);
-            const __m256i b0 = _mm256_and_si256(h[0], low8), b1 = _mm256_and_si256(h[1], low8);
-            const __m256i A = _mm256_add_epi16(_mm256_slli_epi16(a0, 8), _mm256_mullo_epi16(_mm256_sub_epi16(a1, a0), gv));
-            const __m256i B = _mm256_add_epi16(_mm256_slli_epi16(b0, 8), _mm256_mullo_epi16(_mm256_sub_epi16(b1, b0), gv));
-            const __m256i d = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(A, half), _mm256_srli_epi16(B, 8)), 8);
+            __m256i d;
+            if (g[r] == 0) {
+                d = _mm256_srli_epi16(_mm256_add_epi16(h[0], half), 8);
+            } else {
+                const __m256i a0 = _mm256_srli_epi16(h[0], 8), a1 = _mm256_srli_epi16(h[1], 8);
+                const __m256i b0 = _mm256_and_si256(h[0], low8), b1 = _mm256_and_si256(h[1], low8);
+                const __m256i A =
+                    _mm256_add_epi16(_mm256_slli_epi16(a0, 8), _mm256_mullo_epi16(_mm256_sub_epi16(a1, a0), gv));
+                const __m256i B =
+                    _mm256_add_epi16(_mm256_slli_epi16(b0, 8), _mm256_mullo_epi16(_mm256_sub_epi16(b1, b0), gv));
+                d = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(A, half), _mm256_srli_epi16(B, 8)), 8);
+            }
             const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(d, d), 0x08);
             _mm_storeu_si128(reinterpret_cast<__m128i*>(dst[r] + i), _mm256_castsi256_si128(packed));
         }
@@ -254,17 +264,22 @@ void LinearRowsWindows(uint8_t* const* dst, const uint8_t* const* row0, const ui
             const __m128i p1 = _mm_load_si128(reinterpret_cast<const __m128i*>(plan.pick1[j]));
             const __m128i fv = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(f + i)));
             __m128i h[2];
-            for (int s = 0; s < 2; ++s) {
+            for (int s = 0; s < (g[r] == 0 ? 1 : 2); ++s) {
                 const uint8_t* src = s == 0 ? row0[r] : row1[r];
                 const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[j]));
                 const __m128i s0 = _mm_shuffle_epi8(v, p0), s1 = _mm_shuffle_epi8(v, p1);
                 h[s] = _mm_add_epi16(_mm_slli_epi16(s0, 8), _mm_mullo_epi16(_mm_sub_epi16(s1, s0), fv));
             }
-            const __m128i a0 = _mm_srli_epi16(h[0], 8), a1 = _mm_srli_epi16(h[1], 8);
-            const __m128i b0 = _mm_and_si128(h[0], low8), b1 = _mm_and_si128(h[1], low8);
-            const __m128i A = _mm_add_epi16(_mm_slli_epi16(a0, 8), _mm_mullo_epi16(_mm_sub_epi16(a1, a0), gv));
-            const __m128i B = _mm_add_epi16(_mm_slli_epi16(b0, 8), _mm_mullo_epi16(_mm_sub_epi16(b1, b0), gv));
-            const __m128i d = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(A, half), _mm_srli_epi16(B, 8)), 8);
+            __m128i d;
+            if (g[r] == 0) {
+                d = _mm_srli_epi16(_mm_add_epi16(h[0], half), 8);
+            } else {
+                const __m128i a0 = _mm_srli_epi16(h[0], 8), a1 = _mm_srli_epi16(h[1], 8);
+                const __m128i b0 = _mm_and_si128(h[0], low8), b1 = _mm_and_si128(h[1], low8);
+                const __m128i A = _mm_add_epi16(_mm_slli_epi16(a0, 8), _mm_mullo_epi16(_mm_sub_epi16(a1, a0), gv));
+                const __m128i B = _mm_add_epi16(_mm_slli_epi16(b0, 8), _mm_mullo_epi16(_mm_sub_epi16(b1, b0), gv));
+                d = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(A, half), _mm_srli_epi16(B, 8)), 8);
+            }
             _mm_storel_epi64(reinterpret_cast<__m128i*>(dst[r] + i), _mm_packus_epi16(d, d));
         }
         if (8 * groups < n)
