@@ -80,56 +80,106 @@ HWY_INLINE void LumaRow(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha,
         Store8(tailValue, dst + last);
 }
 
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+// Byte vectors of the level (32 bytes at AVX2, 16 at SSE4) with the few
+// operations the byte-pair blends below need.
 #if HWY_TARGET == HWY_AVX2
-// 32 luma samples a step with byte-pair products: (a, 255 - a) unsigned
-// times (m - 128, d - 128) signed is m a + d (255 - a) - 128 * 255, within
+struct Bytes {
+    using V = __m256i;
+    static constexpr int kN = 32;
+    static V Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const V*>(p)); }
+    static void Store(uint8_t* p, V v) { _mm256_storeu_si256(reinterpret_cast<V*>(p), v); }
+    static V Set8(int v) { return _mm256_set1_epi8(static_cast<char>(v)); }
+    static V Set16(int v) { return _mm256_set1_epi16(static_cast<int16_t>(v)); }
+    static V Zero() { return _mm256_setzero_si256(); }
+    static V Xor(V a, V b) { return _mm256_xor_si256(a, b); }
+    static V And(V a, V b) { return _mm256_and_si256(a, b); }
+    static V Lo8(V a, V b) { return _mm256_unpacklo_epi8(a, b); }
+    static V Hi8(V a, V b) { return _mm256_unpackhi_epi8(a, b); }
+    static V PairProducts(V u, V s) { return _mm256_maddubs_epi16(u, s); }
+    static V Add16(V a, V b) { return _mm256_add_epi16(a, b); }
+    static V Mul16(V a, V b) { return _mm256_mullo_epi16(a, b); }
+    static V MulHigh16(V a, V b) { return _mm256_mulhi_epu16(a, b); }
+    template <int k>
+    static V Shr16(V a) { return _mm256_srli_epi16(a, k); }
+    // Packs two vectors of 16-bit lanes to bytes, in the order of the lanes
+    // within 128-bit halves (the order the unpacks above produce).
+    static V Pack(V lo, V hi) { return _mm256_packus_epi16(lo, hi); }
+    // Packs two vectors of 16-bit lanes to bytes in memory order.
+    static V PackInOrder(V lo, V hi) { return _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8); }
+};
+#else
+struct Bytes {
+    using V = __m128i;
+    static constexpr int kN = 16;
+    static V Load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const V*>(p)); }
+    static void Store(uint8_t* p, V v) { _mm_storeu_si128(reinterpret_cast<V*>(p), v); }
+    static V Set8(int v) { return _mm_set1_epi8(static_cast<char>(v)); }
+    static V Set16(int v) { return _mm_set1_epi16(static_cast<int16_t>(v)); }
+    static V Zero() { return _mm_setzero_si128(); }
+    static V Xor(V a, V b) { return _mm_xor_si128(a, b); }
+    static V And(V a, V b) { return _mm_and_si128(a, b); }
+    static V Lo8(V a, V b) { return _mm_unpacklo_epi8(a, b); }
+    static V Hi8(V a, V b) { return _mm_unpackhi_epi8(a, b); }
+    static V PairProducts(V u, V s) { return _mm_maddubs_epi16(u, s); }
+    static V Add16(V a, V b) { return _mm_add_epi16(a, b); }
+    static V Mul16(V a, V b) { return _mm_mullo_epi16(a, b); }
+    static V MulHigh16(V a, V b) { return _mm_mulhi_epu16(a, b); }
+    template <int k>
+    static V Shr16(V a) { return _mm_srli_epi16(a, k); }
+    static V Pack(V lo, V hi) { return _mm_packus_epi16(lo, hi); }
+    static V PackInOrder(V lo, V hi) { return _mm_packus_epi16(lo, hi); }
+};
+#endif
+using VB = Bytes::V;
+
+// A vector of samples with byte-pair products: (a, 255 - a) unsigned times
+// (m - 128, d - 128) signed is m a + d (255 - a) - 128 * 255, within
 // -32640 .. 32385 (nothing saturates); + 32640 gives the sum itself, then
 // the same quotient by 255. Unpacking and packing inside 128-bit halves
 // keep the order.
-HWY_INLINE __m256i Blend32(__m256i m, __m256i d, __m256i a)
+HWY_INLINE VB BlendBytes(VB m, VB d, VB a)
 {
-    const __m256i bias = _mm256_set1_epi8(-128);
-    const __m256i ia = _mm256_xor_si256(a, _mm256_set1_epi8(-1));
-    const __m256i ms = _mm256_xor_si256(m, bias), ds = _mm256_xor_si256(d, bias);
-    const __m256i k = _mm256_set1_epi16(32640), div = _mm256_set1_epi16(static_cast<int16_t>(0x8081));
-    const __m256i s0 = _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(a, ia), _mm256_unpacklo_epi8(ms, ds)), k);
-    const __m256i s1 = _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(a, ia), _mm256_unpackhi_epi8(ms, ds)), k);
-    return _mm256_packus_epi16(_mm256_srli_epi16(_mm256_mulhi_epu16(s0, div), 7),
-                               _mm256_srli_epi16(_mm256_mulhi_epu16(s1, div), 7));
+    const VB bias = Bytes::Set8(-128);
+    const VB ia = Bytes::Xor(a, Bytes::Set8(-1));
+    const VB ms = Bytes::Xor(m, bias), ds = Bytes::Xor(d, bias);
+    const VB k = Bytes::Set16(32640), div = Bytes::Set16(0x8081);
+    const VB s0 = Bytes::Add16(Bytes::PairProducts(Bytes::Lo8(a, ia), Bytes::Lo8(ms, ds)), k);
+    const VB s1 = Bytes::Add16(Bytes::PairProducts(Bytes::Hi8(a, ia), Bytes::Hi8(ms, ds)), k);
+    return Bytes::Pack(Bytes::Shr16<7>(Bytes::MulHigh16(s0, div)), Bytes::Shr16<7>(Bytes::MulHigh16(s1, div)));
 }
 
-// alpha * percent / 100 for 32 alpha bytes (as Scaled).
-HWY_INLINE __m256i Scaled32(__m256i alpha, __m256i percent)
+// alpha * percent / 100 for a vector of alpha bytes (as Scaled).
+HWY_INLINE VB ScaledBytes(VB alpha, VB percent)
 {
-    const __m256i zero = _mm256_setzero_si256(), k = _mm256_set1_epi16(5243);
-    const __m256i lo = _mm256_srli_epi16(_mm256_mulhi_epu16(_mm256_mullo_epi16(_mm256_unpacklo_epi8(alpha, zero), percent), k), 3);
-    const __m256i hi = _mm256_srli_epi16(_mm256_mulhi_epu16(_mm256_mullo_epi16(_mm256_unpackhi_epi8(alpha, zero), percent), k), 3);
-    return _mm256_packus_epi16(lo, hi);
+    const VB zero = Bytes::Zero(), k = Bytes::Set16(5243);
+    const VB lo = Bytes::Shr16<3>(Bytes::MulHigh16(Bytes::Mul16(Bytes::Lo8(alpha, zero), percent), k));
+    const VB hi = Bytes::Shr16<3>(Bytes::MulHigh16(Bytes::Mul16(Bytes::Hi8(alpha, zero), percent), k));
+    return Bytes::Pack(lo, hi);
 }
 #endif
 
 void BlendLuma(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent)
 {
-#if HWY_TARGET == HWY_AVX2
-    if (percent >= 0 && percent <= 100 && n >= 32 && Apart(dst, size_t(n), mark, size_t(n)) &&
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+    constexpr int N = Bytes::kN;
+    if (percent >= 0 && percent <= 100 && n >= N && Apart(dst, size_t(n), mark, size_t(n)) &&
         Apart(dst, size_t(n), alpha, size_t(n))) {
-        const __m256i p = _mm256_set1_epi16(static_cast<int16_t>(percent));
-        const __m256i opaque = _mm256_set1_epi8(static_cast<char>(255 * percent / 100));
+        const VB p = Bytes::Set16(percent);
+        const VB opaque = Bytes::Set8(255 * percent / 100);
         auto step = [&](int c) {
-            const __m256i a = !alpha ? opaque
-                                     : (percent == 100 ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(alpha + c))
-                                                       : Scaled32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(alpha + c)), p));
-            return Blend32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(mark + c)),
-                           _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + c)), a);
+            const VB a = !alpha ? opaque
+                                : (percent == 100 ? Bytes::Load(alpha + c) : ScaledBytes(Bytes::Load(alpha + c), p));
+            return BlendBytes(Bytes::Load(mark + c), Bytes::Load(dst + c), a);
         };
         // As LumaRow: an overlapping last step computed before any store.
-        const int last = n - 32;
-        const bool tail = n % 32 != 0;
-        const __m256i tailValue = tail ? step(last) : _mm256_setzero_si256();
-        for (int c = 0; c + 32 <= n; c += 32)
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + c), step(c));
+        const int last = n - N;
+        const bool tail = n % N != 0;
+        const VB tailValue = tail ? step(last) : Bytes::Zero();
+        for (int c = 0; c + N <= n; c += N)
+            Bytes::Store(dst + c, step(c));
         if (tail)
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + last), tailValue);
+            Bytes::Store(dst + last, tailValue);
         return;
     }
 #endif
@@ -155,31 +205,26 @@ void BlendChroma(uint8_t* dstU, uint8_t* dstV, const uint8_t* markU, const uint8
         !Apart(dstV, sz, markU, sz) || !Apart(dstV, sz, markV, sz) || !Apart(dstU, sz, dstV, sz) ||
         !Apart(dstU, sz, alpha, 2 * sz) || !Apart(dstV, sz, alpha, 2 * sz))
         return ReferenceWatermarkKernels().blendChroma(dstU, dstV, markU, markV, alpha, n, percent);
-#if HWY_TARGET == HWY_AVX2
-    // 32 samples a step while the step's 64 alpha bytes lie inside the
-    // row's (its last is byte 2n - 2): the even bytes, packed in order, then
-    // the luma step's blend for each plane. The rest below.
-    if (n >= 33) {
-        const __m256i p = _mm256_set1_epi16(static_cast<int16_t>(percent));
-        const __m256i opaque = _mm256_set1_epi8(static_cast<char>(255 * percent / 100));
-        const __m256i even = _mm256_set1_epi16(0xFF);
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+    // A vector of samples a step while the step's alpha bytes lie inside
+    // the row's (its last is byte 2n - 2): the even bytes, packed in order,
+    // then the luma step's blend for each plane. The rest below.
+    constexpr int N = Bytes::kN;
+    if (n >= N + 1) {
+        const VB p = Bytes::Set16(percent);
+        const VB opaque = Bytes::Set8(255 * percent / 100);
+        const VB even = Bytes::Set16(0xFF);
         int k = 0;
-        for (; k + 33 <= n; k += 32) {
-            __m256i a = opaque;
+        for (; k + N + 1 <= n; k += N) {
+            VB a = opaque;
             if (alpha) {
-                const __m256i lo = _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(alpha + 2 * k)), even);
-                const __m256i hi =
-                    _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(alpha + 2 * k + 32)), even);
-                a = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8);
+                a = Bytes::PackInOrder(Bytes::And(Bytes::Load(alpha + 2 * k), even),
+                                       Bytes::And(Bytes::Load(alpha + 2 * k + N), even));
                 if (percent != 100)
-                    a = Scaled32(a, p);
+                    a = ScaledBytes(a, p);
             }
-            __m256i* u = reinterpret_cast<__m256i*>(dstU + k);
-            __m256i* v = reinterpret_cast<__m256i*>(dstV + k);
-            _mm256_storeu_si256(u, Blend32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(markU + k)),
-                                           _mm256_loadu_si256(u), a));
-            _mm256_storeu_si256(v, Blend32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(markV + k)),
-                                           _mm256_loadu_si256(v), a));
+            Bytes::Store(dstU + k, BlendBytes(Bytes::Load(markU + k), Bytes::Load(dstU + k), a));
+            Bytes::Store(dstV + k, BlendBytes(Bytes::Load(markV + k), Bytes::Load(dstV + k), a));
         }
         dstU += k;
         dstV += k;
