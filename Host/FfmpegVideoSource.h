@@ -61,6 +61,15 @@ public:
     int GetFrameOffset() const override;
     int Forward(int count) override;
 
+    // Hands the current picture's frame over to the caller, who then owns
+    // it (ReleaseYV12Frame), and takes `spare` to decode into from here on:
+    // a reader that keeps pictures saves copying them. `spare` must be a
+    // CreateYV12Frame frame of the stream's size without alpha; it becomes
+    // the current frame with the current stamps, its pixels undefined until
+    // the next Forward or seek. Null (and `spare` stays the caller's) when
+    // there is no current picture or `spare` does not fit.
+    MEDIA_FRAME* ExchangeFrame(MEDIA_FRAME* spare);
+
     // The same as Open, with a UTF-8 path; `streamIndex` >= 0 chooses the
     // index-th video stream (0 the first) instead of the best. Returns a
     // HostFileError.

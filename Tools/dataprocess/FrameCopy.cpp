@@ -15,6 +15,22 @@ void FrameCopy::Release()
     m_frame = nullptr;
 }
 
+MEDIA_FRAME* FrameCopy::Take()
+{
+    if (m_audio)
+        return nullptr;
+    MEDIA_FRAME* f = m_frame;
+    m_frame = nullptr;
+    return f;
+}
+
+void FrameCopy::Own(MEDIA_FRAME* frame)
+{
+    Release();
+    m_audio = false;
+    m_frame = frame;
+}
+
 void FrameCopy::Assign(const MEDIA_FRAME* s)
 {
     if (s->nFrameType == MEDIA_FRAME_VIDEO) {

@@ -20,6 +20,10 @@ public:
     // Copies a video picture (nFrameType MEDIA_FRAME_VIDEO) or an audio
     // block (any other type) into this frame.
     void Assign(const MEDIA_FRAME* source);
+    // Gives the video frame held (null if none) up to the caller.
+    MEDIA_FRAME* Take();
+    // Holds `frame`, a video frame made by CreateYV12Frame, from now on.
+    void Own(MEDIA_FRAME* frame);
     MEDIA_FRAME* Get() { return m_frame; }
     const MEDIA_FRAME* Get() const { return m_frame; }
 

@@ -127,8 +127,16 @@ VideoDecoder* VideoInput::Decoder() const
 
 void VideoInput::ReadAhead()
 {
-    if (!m_readAhead && Decoder())
-        m_readAhead = std::make_unique<ReadAheadVideoSource>(Decoder());
+    if (m_readAhead || !Decoder())
+        return;
+    ReadAheadVideoSource::Exchange exchange;
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg) {
+        FfmpegVideoSource* source = m_ffmpeg.get();
+        exchange = [source](MEDIA_FRAME* spare) { return source->ExchangeFrame(spare); };
+    }
+#endif
+    m_readAhead = std::make_unique<ReadAheadVideoSource>(Decoder(), 4, exchange);
 }
 
 double VideoInput::Rate() const

@@ -5,7 +5,8 @@
 
 namespace dptool {
 
-ReadAheadVideoSource::ReadAheadVideoSource(VideoDecoder* source, int depth) : m_source(source)
+ReadAheadVideoSource::ReadAheadVideoSource(VideoDecoder* source, int depth, Exchange exchange)
+    : m_source(source), m_exchange(std::move(exchange))
 {
     for (int i = 0; i < std::max(depth, 2); ++i)
         m_slots.push_back(std::make_unique<Slot>());
@@ -70,8 +71,8 @@ void ReadAheadVideoSource::Work()
         try {
             const MEDIA_FRAME* f = m_source->Forward(1) >= 1 ? m_source->GetFrame() : nullptr;
             if (f) {
-                slot->frame.Assign(f);
                 slot->offset = m_source->GetFrameOffset();
+                Keep(slot, f);
                 got = true;
             }
         } catch (...) {
@@ -91,6 +92,23 @@ void ReadAheadVideoSource::Work()
         if (!got)
             return;
     }
+}
+
+void ReadAheadVideoSource::Keep(Slot* slot, const MEDIA_FRAME* f)
+{
+    if (m_exchange) {
+        MEDIA_FRAME* spare = slot->frame.Take();
+        if (!spare || spare->nWidth != f->nWidth || spare->nHeight != f->nHeight) {
+            ReleaseYV12Frame(spare);
+            spare = CreateYV12Frame(f->nWidth, f->nHeight, 0, 0);
+        }
+        if (MEDIA_FRAME* got = spare ? m_exchange(spare) : nullptr) {
+            slot->frame.Own(got);
+            return;
+        }
+        slot->frame.Own(spare);
+    }
+    slot->frame.Assign(f);
 }
 
 int ReadAheadVideoSource::Forward(int count)

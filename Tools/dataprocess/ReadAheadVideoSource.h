@@ -21,6 +21,7 @@
 #include <condition_variable>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -36,7 +37,12 @@ class ReadAheadVideoSource : public VideoDecoder {
 public:
     // `depth` pictures in the ring (at least 2): the current one and up to
     // depth - 1 read ahead.
-    explicit ReadAheadVideoSource(VideoDecoder* source, int depth = 4);
+    //
+    // `exchange`, when given, trades a spare frame for the source's current
+    // one (FfmpegVideoSource::ExchangeFrame): the pictures then move into
+    // the ring instead of being copied. It returns null when it cannot.
+    using Exchange = std::function<MEDIA_FRAME*(MEDIA_FRAME* spare)>;
+    explicit ReadAheadVideoSource(VideoDecoder* source, int depth = 4, Exchange exchange = nullptr);
     ~ReadAheadVideoSource() override;
 
     int Close() override;
@@ -64,8 +70,10 @@ private:
     void Resume(); // starts the worker unless the source has ended
     void TakeCurrent(); // the source's current picture becomes the current one
     void Work();
+    void Keep(Slot* slot, const MEDIA_FRAME* frame); // the source's current picture into `slot`
 
     VideoDecoder* m_source;
+    Exchange m_exchange;
     std::vector<std::unique_ptr<Slot>> m_slots;
     VideoInfo m_info{};
     VideoStreamInfo m_stream{};
