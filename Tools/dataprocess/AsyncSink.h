@@ -29,7 +29,7 @@ namespace dptool {
 class AsyncSink : public MediaSink {
 public:
     // Up to `videoDepth` pictures and `audioDepth` audio blocks wait at once.
-    explicit AsyncSink(std::unique_ptr<MediaSink> inner, int videoDepth = 4, int audioDepth = 64);
+    explicit AsyncSink(std::unique_ptr<MediaSink> inner, int videoDepth = 16, int audioDepth = 256);
     ~AsyncSink() override;
 
     bool WriteVideo(const MEDIA_FRAME* frame) override { return Push(frame, true); }

@@ -136,7 +136,7 @@ void VideoInput::ReadAhead()
         exchange = [source](MEDIA_FRAME* spare) { return source->ExchangeFrame(spare); };
     }
 #endif
-    m_readAhead = std::make_unique<ReadAheadVideoSource>(Decoder(), 4, exchange);
+    m_readAhead = std::make_unique<ReadAheadVideoSource>(Decoder(), 8, exchange);
 }
 
 double VideoInput::Rate() const
