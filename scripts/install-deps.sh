@@ -5,7 +5,8 @@
 #   scripts/install-deps.sh            build, tests, tool and demo
 #   scripts/install-deps.sh bench      + the peer libraries the benchmark compares with
 #   scripts/install-deps.sh fuzz       + clang and libFuzzer for the fuzz targets
-#   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs, to look at what the tool wrote
+#   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs and numpy: the media battery
+#                                        (tests/Battery) makes its clips and measures the outputs with them
 #
 # The library itself needs only the C and C++ runtimes; Highway (SIMD
 # kernels) is optional and used when found. FFmpeg's libraries serve the
@@ -18,7 +19,7 @@ for group in "$@"; do
   case "$group" in
     bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
-    probe) packages+=(ffmpeg) ;;
+    probe) packages+=(ffmpeg python3-numpy) ;;
     *) echo "install-deps.sh: unknown group '$group' (bench, fuzz, probe)" >&2; exit 2 ;;
   esac
 done
