@@ -231,9 +231,9 @@ KINDS = [
 ]
 
 # The fuzz target's seeds: the smallest clip of each container, made the
-# same way at 64x48 and for 0.3 s.
-SEED_VIDEO = ["-f", "lavfi", "-i", "testsrc2=s=64x48:r=10:d=0.3"]
-SEED_AUDIO = ["-f", "lavfi", "-i", "sine=f=1000:r=8000:d=0.3"]
+# same way at 64x48 and for 0.2 s.
+SEED_VIDEO = ["-f", "lavfi", "-i", "testsrc2=s=64x48:r=10:d=0.2"]
+SEED_AUDIO = ["-f", "lavfi", "-i", "sine=f=1000:r=8000:d=0.2"]
 SEEDS = [
     ("h264_aac.mp4", SEED_VIDEO + SEED_AUDIO + ["-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac", "-b:a", "16k"]),
     ("h264_flac.mkv", SEED_VIDEO + SEED_AUDIO + ["-c:v", "libx264", "-preset", "ultrafast", "-c:a", "flac"]),
@@ -243,7 +243,7 @@ SEEDS = [
     ("mpeg2_mp2.ts", SEED_VIDEO + SEED_AUDIO + ["-c:v", "mpeg2video", "-c:a", "mp2", "-b:a", "32k"]),
     ("mpeg2_mp2.mpg", SEED_VIDEO + SEED_AUDIO + ["-c:v", "mpeg2video", "-c:a", "mp2", "-b:a", "32k", "-f", "vob"]),
     ("audio.mp3", SEED_AUDIO + ["-c:a", "libmp3lame", "-b:a", "8k"]),
-    ("audio.flac", SEED_AUDIO + ["-c:a", "flac"]),
+    ("audio.flac", SEED_AUDIO + ["-c:a", "flac", "-metadata_header_padding", "0"]),
     ("palette.gif", ["-f", "lavfi", "-i", "testsrc2=s=32x24:r=10:d=0.3", "-c:v", "gif"]),
 ]
 
