@@ -120,17 +120,22 @@ def two_audio(path):
            ["-metadata:s:a:0", "language=eng", "-metadata:s:a:1", "language=fra", path])
 
 
-def ts_segments(path, second_offset, second_layout, at_in_second=0.5):
+def ts_segments(path, second_offset, second_layout, at_in_second=0.5, seed=False):
     """Two MPEG-TS segments of 1 s joined with cat: the second starts at
     `second_offset` on the stamps and has `second_layout` audio; the flash
-    and the burst are in the second, `at_in_second` into it."""
-    half = LENGTH / 2
+    and the burst are in the second, `at_in_second` into it. `seed`: tiny
+    segments of 0.2 s for the fuzz target."""
+    half = 0.2 if seed else LENGTH / 2
     first, second = path + ".1.ts", path + ".2.ts"
     far = 10.0  # outside the segment: no flash, no burst
     for seg, layout, at, offset in ((first, "stereo", far, 0.0), (second, second_layout, at_in_second, second_offset)):
-        ffmpeg(video_source(320, 240, 25, half, at) + audio_source(48000, layout, half, at) +
-               X264 + ["-pix_fmt", "yuv420p", "-bf", "0"] + ["-c:a", "ac3", "-b:a", "192k"] +
-               ["-output_ts_offset", str(offset), "-mpegts_copyts", "1", "-f", "mpegts", seg])
+        if seed:
+            sources = ["-f", "lavfi", "-i", f"testsrc2=s=64x48:r=10:d={half}"] + audio_source(48000, layout, half, at)
+            codecs = ["-c:v", "mpeg2video", "-c:a", "ac3", "-b:a", "64k"]
+        else:
+            sources = video_source(320, 240, 25, half, at) + audio_source(48000, layout, half, at)
+            codecs = X264 + ["-pix_fmt", "yuv420p", "-bf", "0"] + ["-c:a", "ac3", "-b:a", "192k"]
+        ffmpeg(sources + codecs + ["-output_ts_offset", str(offset), "-mpegts_copyts", "1", "-f", "mpegts", seg])
     with open(path, "wb") as out:
         for seg in (first, second):
             with open(seg, "rb") as f:
@@ -288,6 +293,9 @@ def make_seeds(outdir):
     for name, args in SEEDS:
         ffmpeg(args + ["-fflags", "+bitexact", "-flags:v", "+bitexact", "-flags:a", "+bitexact",
                        os.path.join(outdir, name)])
+    # the two broadcast cases: a stamp jump, a stereo to 5.1 switch
+    ts_segments(os.path.join(outdir, "jump.ts"), 1000.0, "stereo", 0.1, seed=True)
+    ts_segments(os.path.join(outdir, "layout_change.ts"), 0.2, "5.1", 0.1, seed=True)
 
 
 def main(argv):
