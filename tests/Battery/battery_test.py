@@ -178,15 +178,16 @@ def psnr(a, b):
 
 def rusage_child(argv):
     """`battery_test.py --rusage FILE CMD...`: runs CMD and writes its peak
-    resident set (KB) to FILE. A process started from this test (which holds
-    decoded pictures) would inherit its high-water mark; started from this
-    small process instead, the figure is the tool's own."""
+    resident set (KB) and its exit status (minus the signal that ended it)
+    to FILE. A process started from this test (which holds decoded
+    pictures) would inherit its high-water mark; started from this small
+    process instead, the figure is the tool's own."""
     out, cmd = argv[0], argv[1:]
     pid = os.posix_spawn(cmd[0], cmd, os.environ)
     _, status, usage = os.wait4(pid, 0)
     with open(out, "w") as f:
-        f.write(str(usage.ru_maxrss))
-    return os.waitstatus_to_exitcode(status)
+        f.write(f"{usage.ru_maxrss} {os.waitstatus_to_exitcode(status)}")
+    return 0
 
 
 def run_tool(tool, clip, out):
@@ -196,13 +197,13 @@ def run_tool(tool, clip, out):
     log, rss = out + ".log", out + ".rss"
     began = time.monotonic()
     with open(log, "wb") as f:
-        code = subprocess.run([sys.executable, os.path.abspath(__file__), "--rusage", rss] + cmd,
-                              stdout=f, stderr=subprocess.STDOUT).returncode
+        subprocess.run([sys.executable, os.path.abspath(__file__), "--rusage", rss] + cmd,
+                       stdout=f, stderr=subprocess.STDOUT, check=True)
     with open(log, errors="replace") as f:
         text = f.read()
     with open(rss) as f:
-        peak = int(f.read()) / 1024.0
-    return code, peak, time.monotonic() - began, " ".join(cmd), text
+        peak, code = (int(v) for v in f.read().split())
+    return code, peak / 1024.0, time.monotonic() - began, " ".join(cmd), text
 
 
 def check_kind(kind, clips, work, tool, rss_limit):
@@ -215,7 +216,8 @@ def check_kind(kind, clips, work, tool, rss_limit):
     code, rss, secs, cmd, text = run_tool(tool, clip, out)
     row.update(exit=code, rss=rss, secs=secs)
     if code != 0:
-        return row, [f"exit {code}: {cmd}\n    {text.strip()}"]
+        how = f"signal {-code}" if code < 0 else f"exit {code}"
+        return row, [f"{how}: {cmd}\n    {text.strip()}"]
     failed = []
     if rss_limit and rss > rss_limit:
         failed.append(f"peak RSS {rss:.0f} MB above {rss_limit:.0f} MB")
