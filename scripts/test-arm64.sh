@@ -28,7 +28,7 @@ CHECKER_RUNS=${ARM64_CHECKER_RUNS-"sve/max,sve-default-vector-length=48"}
 
 bash scripts/install-deps.sh arm64
 start=$(date +%s)
-cmake -S . -B "$BUILD_DIR" -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake -DCMAKE_BUILD_TYPE=Release \
+cmake -S . -B "$BUILD_DIR" -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/aarch64-linux-gnu.cmake" -DCMAKE_BUILD_TYPE=Release \
       -DDP_WITH_FFMPEG=OFF >/dev/null
 cmake --build "$BUILD_DIR" -j "$JOBS"
 echo "== arm64 build: $(( $(date +%s) - start )) s"
