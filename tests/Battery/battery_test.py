@@ -7,9 +7,10 @@
 work under every preset) and each output held to:
 
   exit      0, and the streams the input has (cover art is no video)
-  duration  video within one output frame (1/30 s) of the input's, audio
-            within one audio block (1024 samples at 48 kHz) of the input's,
-            or of the input's plus the silence before a late audio stream;
+  duration  video within one output frame (1/30 s) of the input's; audio
+            ending within one audio block (1024 samples at 48 kHz) of where
+            the input's ends (it starts with the file: silence first where
+            the input's audio starts later);
             both measured by decoding with ffmpeg (a frame lasts until the
             next, the audio as many samples as decode)
   A/V       the flash (first frame whose centre is white) minus the tone
@@ -251,8 +252,9 @@ def check_kind(kind, clips, work, tool, rss_limit):
     if audio:
         row["a_in"], row["a_out"] = len(src.samples) / src.rate, len(dst.samples) / dst.rate
         start_in, start_out = src.blocks[0][0], dst.blocks[0][0]
-        late = start_in if start_out < start_in - AUDIO_BLOCK else 0.0
-        if abs(row["a_out"] - (row["a_in"] + late)) > AUDIO_BLOCK + SLACK:
+        # The output's audio starts with the file (silence first where the
+        # input's starts later) and ends where the input's ends.
+        if abs(start_out + row["a_out"] - (start_in + row["a_in"])) > AUDIO_BLOCK + SLACK:
             failed.append(f"audio lasts {row['a_out']:.3f} s from {start_out:.3f} s, the input "
                           f"{row['a_in']:.3f} s from {start_in:.3f} s")
         burst_in, burst_out = src.burst(), dst.burst()
