@@ -14,6 +14,7 @@
 #include "Commands.h"
 #include "CountingVideoSource.h"
 #include "InclusiveStopSource.h"
+#include "LeadingSilenceSource.h"
 #include "MediaInputs.h"
 #include "MediaOutputs.h"
 #include "Progress.h"
@@ -77,6 +78,7 @@ int RunConvertCommand(const ConvertArgs& a)
         vf.aspectY = vi->nAspectY;
     }
     std::unique_ptr<LogTally> tally;
+    std::unique_ptr<LeadingSilenceSource> leading;
     std::unique_ptr<AudioStack> audioStack;
     AudioOutputFormat af;
     if (audioIn.Decoder()) {
@@ -84,7 +86,9 @@ int RunConvertCommand(const ConvertArgs& a)
         tally = std::make_unique<LogTally>(a.audio.verbose);
         if (overlap)
             audioIn.ReadAhead();
-        audioStack = std::make_unique<AudioStack>(audioIn.Decoder(), as);
+        // The audio starts at the file's start, as the video's grid does.
+        leading = std::make_unique<LeadingSilenceSource>(audioIn.Decoder());
+        audioStack = std::make_unique<AudioStack>(leading.get(), as);
         const AudioInfo* ai = PCGetAudioInfo(audioStack->Top());
         af.sampleRate = ai->nSampleRate;
         af.channels = ai->nChannels;
