@@ -10,6 +10,8 @@ and Ctrl-C.
 
 With --map the whole suite runs for every mutant and FILE gets, per mutant,
 the tests that failed: which tests are the only ones to catch a fault.
+Otherwise the tests most likely to catch a fault in the mutated folder run
+first (FIRST below) and the rest only when those all pass.
 
 Lines of mutants.txt: name, file, exact text, replacement, separated by tabs ("\\n" = a line
 break); the text must occur exactly once in the file.
@@ -21,6 +23,16 @@ import sys
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+
+# Tests (ctest name patterns: the test suites' names) to run first for a
+# fault in each folder.
+FIRST = [
+    ("Modules/DataProcess/Api/", "^Flat"),
+    ("Host/Ffmpeg", "^Ffmpeg|^ToolConvert|Shapes"),
+    ("Host/", "^WavFile|^Y4mFile|^AtomicOutput|^HostPath|^Tool|Shapes"),
+    ("Tools/", "^Tool|Shapes"),
+]
 
 
 def load(path):
@@ -93,7 +105,13 @@ def main():
                     with open(args.map, "a", encoding="utf-8") as f:
                         f.write(f"{name}\t{' '.join(failed)}\n")
                 else:
-                    verdict = "CAUGHT" if run(ctest + ["--stop-on-failure"], env=env) else "SURVIVED"
+                    first = next((pattern for folder, pattern in FIRST if file.startswith(folder)), None)
+                    stages = [["-R", first], ["-E", first]] if first else [[]]
+                    verdict = "SURVIVED"
+                    for stage in stages:
+                        if run(ctest + ["--stop-on-failure"] + stage, env=env):
+                            verdict = "CAUGHT"
+                            break
         finally:
             open(path, "w", encoding="utf-8").write(original)
         results.append((name, verdict))

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -11,8 +12,10 @@
 
 #include <DataProcess/DataProcess.h>
 
+#include "../Video/VideoTestSupport.h"
 #include "SyntheticAudioSource.h"
 #include "SyntheticVideoSource.h"
+#include "VideoProcess.h"
 
 namespace {
 
@@ -52,6 +55,81 @@ TEST_F(FlatVideoHandle, SubPicturesGoDownToTheHostDecoder)
     EXPECT_EQ(source.LastExParam1(), reinterpret_cast<uintptr_t>(record + 8));
 }
 
+// The planes of a picture, row by row without the pitch padding.
+std::vector<unsigned char> Pixels(const MEDIA_FRAME* f)
+{
+    std::vector<unsigned char> p;
+    for (int y = 0; f && y < f->nHeight; ++y) {
+        p.insert(p.end(), f->pY + y * f->nPitchY, f->pY + y * f->nPitchY + f->nWidth);
+        if (y % 2 == 0) {
+            p.insert(p.end(), f->pU + y / 2 * f->nPitchU, f->pU + y / 2 * f->nPitchU + (f->nWidth + 1) / 2);
+            p.insert(p.end(), f->pV + y / 2 * f->nPitchV, f->pV + y / 2 * f->nPitchV + (f->nWidth + 1) / 2);
+        }
+    }
+    return p;
+}
+
+// Every call through the flat API gives, picture for picture, what the same
+// member called on a stage gives, and (but for a hidden watermark) a picture
+// unlike the untouched one: a setter reaching another member, losing or
+// swapping an argument, or dropped, shows.
+TEST(FlatVideo, EveryCallActsAsItsMember)
+{
+    std::vector<unsigned char> mark = Bitmap32(16, 8, [](int x, int) { return Bgra{40, 200, 90, uint8_t(x * 16)}; });
+    tagRECT rect = {4, 4, 20, 12}, crop = {8, 8, 40, 24};
+    tagFRECT frect = {0.5f, 0.5f, 0.9f, 0.8f};
+    using Api = std::function<void(VideoDecoder*)>;
+    using Member = std::function<void(VideoProcess*)>;
+    const struct {
+        const char* name;
+        Api api;
+        Member member;
+        double rate = 0.0;
+        bool changes = true;
+    } cases[] = {
+        {"brightness", [](VideoDecoder* h) { PCSetVideoBrightness(h, 40); }, [](VideoProcess* v) { v->SetBrightness(40); }},
+        {"contrast", [](VideoDecoder* h) { PCSetContrast(h, 40); }, [](VideoProcess* v) { v->SetContrast(40); }},
+        {"saturation", [](VideoDecoder* h) { PCSetVideoSaturation(h, -60); }, [](VideoProcess* v) { v->SetSaturation(-60); }},
+        {"filter", [](VideoDecoder* h) { PCSetExFilterFlag(h, 1); }, [](VideoProcess* v) { v->SetExFilterFlag(1); }},
+        {"flip", [](VideoDecoder* h) { PCSetFlipFlag(h, 2); }, [](VideoProcess* v) { v->SetFlipFlag(2); }},
+        {"deinterlace", [](VideoDecoder* h) { PCSetVideoDeintelace(h, DEINTERLACE_BLEND_ODD); },
+         [](VideoProcess* v) { v->SetDeintelace(DEINTERLACE_BLEND_ODD); }},
+        {"rotation", [](VideoDecoder* h) { PCSetRotation(h, 90, 0); }, [](VideoProcess* v) { v->SetRotation(90, 0, 0); }},
+        {"crop", [&](VideoDecoder* h) { PCSetCropRectEx(h, &crop, IMAGE_RESIZE_STRETCH); },
+         [&](VideoProcess* v) { v->SetCropRect(&crop, IMAGE_RESIZE_STRETCH); }},
+        {"watermark", [&](VideoDecoder* h) { PCSetWatermarkImage(h, Info(mark), nullptr, &rect, 50); },
+         [&](VideoProcess* v) { v->SetWatermarkImage(Info(mark), nullptr, &rect, 50); }},
+        {"watermark align", [&](VideoDecoder* h) { PCSetWatermarkImageAlign(h, Info(mark), nullptr, 1, 60); },
+         [&](VideoProcess* v) { v->SetWatermarkImageAlign(Info(mark), nullptr, 1, 60); }},
+        {"watermark hidden",
+         [&](VideoDecoder* h) { PCSetWatermarkImageAlign(h, Info(mark), nullptr, 1, 60), PCDisableWatermark(h, 1); },
+         [&](VideoProcess* v) { v->SetWatermarkImageAlign(Info(mark), nullptr, 1, 60), v->DisableWatermark(1); }, 0.0,
+         false},
+        {"user watermark", [&](VideoDecoder* h) { PCSetUserWatermarkImage(h, Info(mark), nullptr, &frect, 40); },
+         [&](VideoProcess* v) { v->SetUserWatermarkImage(Info(mark), nullptr, &frect, 40); }},
+        {"seek", [](VideoDecoder* h) { PCVideoSeek(h, 1.0, 0); }, [](VideoProcess* v) { v->VideoSeekTime(1.0, 0); }},
+        {"rate", [](VideoDecoder*) {}, [](VideoProcess*) {}, 12.5},
+    };
+    SyntheticVideoConfig clip;
+    clip.width = 64, clip.height = 48, clip.frameCount = 50;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        SyntheticVideoSource plain(clip), viaApi(clip), direct(clip);
+        VideoProcess untouched(&plain, &kBox, 0.0), member(&direct, &kBox, c.rate);
+        VideoDecoder* h = PCVideoCreate(&viaApi, &kBox, c.rate);
+        c.api(h);
+        c.member(&member);
+        EXPECT_EQ(Pixels(PCGetVideoFrame(h)), Pixels(member.GetFrame()));
+        // Three steps on: the rate decides which source picture shows.
+        EXPECT_EQ(PCVideoForward(h, 3), member.Forward(3));
+        EXPECT_EQ(untouched.Forward(3), 3);
+        const std::vector<unsigned char> got = Pixels(PCGetVideoFrame(h));
+        EXPECT_EQ(got, Pixels(member.GetFrame()));
+        EXPECT_EQ(got != Pixels(untouched.GetFrame()), c.changes);
+        PCVideoDestroy(h);
+    }
+}
+
 // Two seconds of 44.1 kHz stereo ramps in 50 ms blocks: block 10 starts at
 // 0.5 s exactly.
 const SyntheticAudioConfig kRamp = [] {
@@ -73,8 +151,11 @@ void ExpectScaled(const SyntheticAudioSource& src, const MEDIA_FRAME* f, int64_t
 TEST(FlatAudio, VolumeAndFadesReachTheStage)
 {
     SyntheticAudioSource src(kRamp);
-    AudioDecoder* h = PCAudioCreate(&src, 0, 0, 0, 0);
+    AudioDecoder* h = PCAudioCreate(&src, 22050, 1, 16, 0);
     ASSERT_NE(h, nullptr);
+    EXPECT_EQ(PCGetAudioInfo(h)->nSampleRate * 10 + PCGetAudioInfo(h)->nChannels, 220501);
+    PCAudioDestroy(h);
+    h = PCAudioCreate(&src, 0, 0, 0, 0);
     PCSetVolum(h, 50);
     ExpectScaled(src, PCGetNextAudioFrame(h), 0, 50);
     // A one-second fade-in from 0: the block at 0.5 s gets half the volume.

@@ -10,6 +10,7 @@
 
 #include "AtomicOutputFile.h"
 #include "FileTestSupport.h"
+#include "HostFile.h"
 #include "WavWriter.h"
 #include "Y4mWriter.h"
 
@@ -18,6 +19,15 @@ namespace {
 using filetest::Bytes;
 
 const Y4mStreamFormat kSmallVideo = {16, 16, 25, 1, 0, 0, 'p'};
+
+// The kind of a file comes from its name: the part after the last dot of the
+// last path element, in lower case.
+TEST(HostPath, ExtensionOfTheFileName)
+{
+    for (const auto& c : {std::pair<const char*, const char*>{"clip.Y4M", "y4m"}, {"take.2/in", ""},
+                          {"a/b.tar.WAV", "wav"}, {"-", ""}, {"noext", ""}})
+        EXPECT_EQ(HostPathExtension(c.first), c.second) << c.first;
+}
 
 TEST(AtomicOutput, OnlyCommitPutsTheFileUnderItsName)
 {

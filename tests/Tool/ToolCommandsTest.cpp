@@ -100,11 +100,14 @@ TEST(ToolCommands, BadInputs)
         {{"video", "@/in.y4m", "-o", "@/in.y4m"}, 2, "-o"},
         // Option values.
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--size", "12"}, 2, "--size"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--size", "1x8"}, 2, "--size"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--crop", "1,2"}, 2, "--crop"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--crop", "0,10,16,5"}, 2, "--crop"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--rotate", "45"}, 2, "--rotate"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--rate", "500"}, 2, "--rate"},
         {{"audio", "@/in.wav", "-o", "@/out.wav", "--channels", "3"}, 2, "--channels"},
         {{"audio", "@/in.wav", "-o", "@/out.wav", "--fade-in", "0"}, 2, "--fade-in"},
+        {{"audio", "@/8bit.wav", "-o", "@/out.wav", "--channels", "1"}, 1, "8-bit audio cannot be converted"},
         // Missing arguments.
         {{"video", "@/in.y4m"}, 2, "--output"},
         {{"audio", "-o", "@/out.wav"}, 2, "input"},
@@ -120,6 +123,7 @@ TEST(ToolCommands, BadInputs)
     MakeTone(dir.file("in.wav"), 44100, 2, 4410);
     text("junk.wav", "JUNK" + std::string(60, 'j'));
     WriteFile(dir.file("cut.wav"), Wav(44100, 1, 1, 16, Bytes(399), 400));
+    WriteFile(dir.file("8bit.wav"), Wav(8000, 2, 1, 8, Bytes(400, 128)));
     WriteFile(dir.file("pic24.bmp"), stilltest::BuildBmp24(stilltest::MakeFlat(3, 4, 1, 2, 3)));
     // Three pixels of 24 bits pad their rows to 12 bytes, as three of 32
     // bits fill them: with its bit count changed the file is a valid

@@ -8,7 +8,16 @@
 #include <string>
 #include <vector>
 
+#include <functional>
+
+#include <DataProcess/DataProcess.h>
+
+#include "../Video/VideoTestSupport.h"
+#include "SyntheticVideoSource.h"
 #include "ToolRunner.h"
+#include "WavAudioSource.h"
+#include "Y4mVideoSource.h"
+#include "Y4mWriter.h"
 
 namespace tooltest {
 namespace {
@@ -91,9 +100,9 @@ TEST_F(ToolVideo, GeometryAndRate)
 
 TEST_F(ToolVideo, CapturesToJpegAndBmpLeaveOnlyTheFinishedFiles)
 {
-    const std::string jpg = dir.file("shot.jpg"), bmp = dir.file("shot.bmp");
+    const std::string jpg = dir.file("shot.Jpeg"), bmp = dir.file("shot.bmp");
     ASSERT_TRUE(RunToFile({"--size", "48x24", "--capture", "0.1:" + jpg, "--capture", "0.2:" + bmp}).ok);
-    EXPECT_EQ(List(dir.path()), (Names{"in.y4m", "out.y4m", "shot.bmp", "shot.jpg"}));
+    EXPECT_EQ(List(dir.path()), (Names{"in.y4m", "out.y4m", "shot.Jpeg", "shot.bmp"}));
     stilltest::Picture pic;
     std::string why;
     ASSERT_TRUE(stilltest::DecodeJpeg(ReadFile(jpg), &pic, &why)) << why;
@@ -125,6 +134,76 @@ TEST_F(ToolVideo, PipeGivesTheFileResultAndKeepsMessagesOutOfTheData)
     ASSERT_TRUE(back.ok);
     ASSERT_EQ(back.luma.size(), 10u);
     EXPECT_NE(back.luma[0][5 * 32 + 6], FrameLuma(0)) << "the red logo changes the luma under it";
+}
+
+// Every plane of the current picture, rows without padding.
+Bytes Planes(const MEDIA_FRAME* f)
+{
+    Bytes p;
+    const int cw = (f->nWidth + 1) / 2;
+    for (int y = 0; y < f->nHeight; ++y)
+        p.insert(p.end(), f->pY + y * f->nPitchY, f->pY + y * f->nPitchY + f->nWidth);
+    for (int y = 0; y < (f->nHeight + 1) / 2; ++y) {
+        p.insert(p.end(), f->pU + y * f->nPitchU, f->pU + y * f->nPitchU + cw);
+        p.insert(p.end(), f->pV + y * f->nPitchV, f->pV + y * f->nPitchV + cw);
+    }
+    return p;
+}
+
+// Each video option gives the picture the library gives with
+// the setting it names (a coloured moving pattern, so that every setting
+// shows). An output without an extension is y4m.
+TEST(ToolOptions, VideoOptionsAreTheStageSettings)
+{
+    TempDir dir;
+    const std::string input = dir.file("in.y4m"), output = dir.file("out"), logo = dir.file("logo.bmp");
+    SyntheticVideoConfig cfg;
+    cfg.width = 64, cfg.height = 48, cfg.frameCount = 2;
+    SyntheticVideoSource pattern(cfg);
+    Y4mStreamFormat fmt;
+    fmt.width = 64, fmt.height = 48;
+    Y4mWriter writer;
+    ASSERT_TRUE(writer.Open(input, fmt));
+    do
+        ASSERT_TRUE(writer.WriteFrame(pattern.GetFrame()));
+    while (pattern.Forward(1));
+    ASSERT_TRUE(writer.Commit());
+    WriteFile(logo, stilltest::BuildBmp24(stilltest::MakeFlat(8, 4, 255, 0, 0)));
+    std::vector<unsigned char> mark = Flat32(8, 4, Bgra{0, 0, 255, 255});
+    tagFRECT frect = {0.5f, 0.1f, 0.9f, 0.4f};
+    const struct {
+        std::vector<std::string> options;
+        std::function<void(VideoDecoder*)> settings;
+        RESIZE_PARAM resize = {};
+    } cases[] = {
+        {{"--brightness", "30"}, [](VideoDecoder* h) { PCSetVideoBrightness(h, 30); }},
+        {{"--contrast", "-30"}, [](VideoDecoder* h) { PCSetContrast(h, -30); }},
+        {{"--saturation", "-50"}, [](VideoDecoder* h) { PCSetVideoSaturation(h, -50); }},
+        {{"--filter", "gray"}, [](VideoDecoder* h) { PCSetExFilterFlag(h, 1); }},
+        {{"--filter", "emboss,old-photo"}, [](VideoDecoder* h) { PCSetExFilterFlag(h, 2 | 32); }},
+        {{"--flip", "vertical"}, [](VideoDecoder* h) { PCSetFlipFlag(h, 2); }},
+        {{"--deinterlace", "blend-even"}, [](VideoDecoder* h) { PCSetVideoDeintelace(h, DEINTERLACE_BLEND_EVEN); }},
+        {{"--size", "48x40", "--resize", "crop-fill", "--interpolation", "nearest"}, [](VideoDecoder*) {},
+         {48, 40, IMAGE_INTERPOLATION_NEAREST, IMAGE_RESIZE_CROP_FILL}},
+        {{"--watermark", logo, "--watermark-align", "1", "--watermark-opacity", "50"},
+         [&](VideoDecoder* h) { PCSetWatermarkImageAlign(h, Info(mark), nullptr, 1, 50); }},
+        {{"--user-watermark", logo, "--user-watermark-rect", "0.5,0.1,0.9,0.4", "--user-watermark-opacity", "40"},
+         [&](VideoDecoder* h) { PCSetUserWatermarkImage(h, Info(mark), nullptr, &frect, 40); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.options[0] + " " + c.options[1]);
+        std::vector<std::string> args{"video", input, "-o", output, "-q"};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        const RunResult r = RunTool(args);
+        ASSERT_EQ(r.status, 0) << r.err;
+        Y4mVideoSource src, out;
+        ASSERT_EQ(src.OpenPath(input), HOSTFILE_OK);
+        ASSERT_EQ(out.OpenPath(output), HOSTFILE_OK);
+        VideoDecoder* h = PCVideoCreate(&src, c.resize.nWidth ? &c.resize : nullptr, 0.0);
+        c.settings(h);
+        EXPECT_EQ(Planes(out.GetFrame()), Planes(PCGetVideoFrame(h)));
+        PCVideoDestroy(h);
+    }
 }
 
 int Peak(const std::vector<int16_t>& s)
@@ -174,6 +253,43 @@ TEST(ToolAudio, RateChannelsAndVolume)
         EXPECT_EQ(List(dir.path()), (Names{"in.wav", "out.wav"}));
         for (size_t i = 0; c.volume && i < in.samples.size(); ++i)
             ASSERT_EQ(out.samples.at(i), in.samples[i] * c.volume / 100) << "sample " << i;
+    }
+}
+
+// Fades and conversions give the samples of the library's stage with the
+// settings they name: --fade-out LENGTH ends with the input.
+TEST(ToolOptions, AudioOptionsAreTheStageSettings)
+{
+    TempDir dir;
+    const std::string output = dir.file("out.wav");
+    MakeTone(dir.file("stereo.wav"), 44100, 2, 44100);
+    MakeTone(dir.file("mono.wav"), 44100, 1, 44100);
+    const struct {
+        const char* input;
+        std::vector<std::string> options;
+        int rate, channels;
+        double fade[4];
+    } cases[] = {
+        {"stereo.wav", {"--fade-out", "0.25"}, 0, 0, {0, 0, 0.75, 0.25}},
+        {"stereo.wav", {"--fade-in", "0.5:0.25", "--fade-out", "0.2:0.1"}, 0, 0, {0.5, 0.25, 0.2, 0.1}},
+        {"mono.wav", {"--rate", "22050"}, 22050, 1, {0, 0, 0, 0}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.options[0] + " " + c.options[1]);
+        std::vector<std::string> args{"audio", dir.file(c.input), "-o", output, "-q", "--no-timeline"};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        const RunResult r = RunTool(args);
+        ASSERT_EQ(r.status, 0) << r.err;
+        WavAudioSource src;
+        ASSERT_EQ(src.OpenPath(dir.file(c.input)), HOSTFILE_OK);
+        AudioDecoder* h = PCAudioCreate(&src, c.rate, c.channels, c.rate ? 16 : 0, 0);
+        PCSetFadeInOutTime(h, c.fade[0], c.fade[1], c.fade[2], c.fade[3]);
+        std::vector<int16_t> want;
+        while (MEDIA_FRAME* b = PCGetNextAudioFrame(h))
+            want.insert(want.end(), reinterpret_cast<int16_t*>(b->pData),
+                        reinterpret_cast<int16_t*>(b->pData) + b->nDataSize / 2);
+        PCAudioDestroy(h);
+        EXPECT_EQ(ReadWav(output).samples, want);
     }
 }
 
