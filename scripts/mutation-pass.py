@@ -6,7 +6,7 @@ test failed (CAUGHT), all passed (SURVIVED), or the mutant did not build
 (INVALID). The mutated file is restored after every mutant, also on errors
 and Ctrl-C.
 
-  scripts/mutation-pass.py [--build DIR] [--only NAME,...] [--out FILE] [--map FILE]
+  scripts/mutation-pass.py [--build DIR] [--only NAME,...] [--out FILE] [--map FILE] [--no-check]
 
 With --map the whole suite runs for every mutant and FILE gets, per mutant,
 the tests that failed: which tests are the only ones to catch a fault.
@@ -17,7 +17,10 @@ Lines of mutants.txt: name, file, exact text, replacement, separated by tabs ("\
 break); the text must occur exactly once in the file.
 """
 import argparse
+import glob
 import os
+import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -25,14 +28,35 @@ import time
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 
-# Tests (ctest name patterns: the test suites' names) to run first for a
-# fault in each folder.
+# Test programs (their ctest label is their name) most likely to catch a
+# fault in each folder: they are built and run first, everything else only
+# when they all pass. The first matching prefix counts.
 FIRST = [
-    ("Modules/DataProcess/Api/", "^Flat"),
-    ("Host/Ffmpeg", "^Ffmpeg|^ToolConvert|Shapes"),
-    ("Host/", "^WavFile|^Y4mFile|^AtomicOutput|^HostPath|^Tool|Shapes"),
-    ("Tools/", "^Tool|Shapes"),
+    ("Modules/DataProcess/Api/", ["FlatApiTests"]),
+    ("Modules/DataProcess/Video/", ["VideoProcessTests", "VideoGeometryTests", "VideoWatermarkTests",
+                                    "VideoEvenProcessTests", "StageKernelChecks"]),
+    ("Modules/DataProcess/Audio/", ["AudioTests", "AudioKernelChecks"]),
+    ("Modules/DataProcess/Still/", ["StillTests", "StillCaptureTests", "JpegKernelChecks"]),
+    ("Modules/DataProcess/Media/", ["MediaTests"]),
+    ("Common/Image/", ["ImageScaleTests", "ImageConvertTests", "ImageAdjustTests", "ScalerKernelChecks",
+                       "ConvertKernelChecks", "AdjustKernelChecks"]),
+    ("Libraries/OrvLog/", ["MediaTests"]),
+    ("Libraries/OrvImage/", ["ImageScaleTests", "KernelChecks", "VideoWatermarkTests"]),
+    ("Host/Ffmpeg", ["FfmpegFileTests", "ToolFfmpegTests"]),
+    ("Host/", ["FileSourceSinkTests", "ToolTests"]),
+    ("Tools/", ["ToolTests", "ToolFfmpegTests"]),
 ]
+
+
+def stop_on_term(*_):
+    raise KeyboardInterrupt  # so that the mutated file is restored
+
+
+def clear_media(build):
+    """The tests keep the media files they make in the build folder; after a
+    fault in the host code (the writers among it) they are made anew."""
+    for d in glob.glob(os.path.join(ROOT, build, "**", "dp-media"), recursive=True):
+        shutil.rmtree(d, ignore_errors=True)
 
 
 def load(path):
@@ -71,7 +95,10 @@ def main():
     ap.add_argument("--only", default="")
     ap.add_argument("--out", default="")
     ap.add_argument("--map", default="")
+    ap.add_argument("--no-check", action="store_true", help="skip the run of the unmutated suite (known to pass)")
     args = ap.parse_args()
+    signal.signal(signal.SIGTERM, stop_on_term)
+    signal.signal(signal.SIGINT, signal.default_int_handler)  # also when started in the background
     mutants = load(os.path.join(ROOT, "scripts", "mutants.txt"))
     if args.only:
         wanted = set(args.only.split(","))
@@ -80,7 +107,7 @@ def main():
             run(["cmake", "--build", args.build, "-j", "2"]):
         sys.exit("the unmutated tree does not build")
     env = dict(os.environ, DP_FORCE_REFERENCE="1")
-    if run(["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120"], env=env):
+    if not args.no_check and run(["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120"], env=env):
         sys.exit("the unmutated suite does not pass")
     results = []
     for name, file, old, new in mutants:
@@ -93,27 +120,37 @@ def main():
         start = time.time()
         try:
             open(path, "w", encoding="utf-8").write(original.replace(old, new))
-            if run(["cmake", "--build", args.build, "-j", "2"]):
-                verdict = "INVALID"
-            else:
-                # The first failing test decides: no need to run the rest
-                # (unless the map wants every catcher).
-                ctest = ["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120"]
-                if args.map:
+            if file.startswith("Host/"):
+                clear_media(args.build)
+            build = ["cmake", "--build", args.build, "-j", "2"]
+            ctest = ["ctest", "--test-dir", args.build, "-j", "2", "--timeout", "120"]
+            if args.map:
+                # Every test program, every test: which tests catch the fault.
+                if run(build):
+                    verdict = "INVALID"
+                else:
                     failed = catchers(ctest, env)
                     verdict = "CAUGHT" if failed else "SURVIVED"
                     with open(args.map, "a", encoding="utf-8") as f:
                         f.write(f"{name}\t{' '.join(failed)}\n")
-                else:
-                    first = next((pattern for folder, pattern in FIRST if file.startswith(folder)), None)
-                    stages = [["-R", first], ["-E", first]] if first else [[]]
-                    verdict = "SURVIVED"
-                    for stage in stages:
-                        if run(ctest + ["--stop-on-failure"] + stage, env=env):
-                            verdict = "CAUGHT"
-                            break
+            else:
+                # The likely catchers first, built alone; the first failing
+                # test decides.
+                first = next((targets for folder, targets in FIRST if file.startswith(folder)), [])
+                labels = "^(" + "|".join(first) + ")$"
+                stages = [(["--target"] + first, ["-L", labels]), ([], ["-LE", labels])] if first else [([], [])]
+                verdict = "SURVIVED"
+                for targets, selection in stages:
+                    if run(build + targets):
+                        verdict = "INVALID"
+                        break
+                    if run(ctest + ["--stop-on-failure"] + selection, env=env):
+                        verdict = "CAUGHT"
+                        break
         finally:
             open(path, "w", encoding="utf-8").write(original)
+            if file.startswith("Host/"):
+                clear_media(args.build)
         results.append((name, verdict))
         print(f"{name:32} {verdict:9} {time.time() - start:5.0f} s", flush=True)
     run(["cmake", "--build", args.build, "-j", "2"])  # back to the unmutated binaries
