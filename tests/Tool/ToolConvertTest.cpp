@@ -120,6 +120,37 @@ TEST(ToolConvert, VideoAndAudioCommandsOnContainers)
     EXPECT_EQ(wav.samples.size(), 2u * 44100u);
 }
 
+// The encoding options reach the file: the settings x264 records in it name
+// the preset's choices and the bit rate or constant quantiser asked for, and
+// FFV1 takes lossless FLAC audio beside it.
+TEST(ToolConvert, EncodingOptionsReachTheFile)
+{
+    TempDir dir;
+    mediatest::MediaSpec clip;
+    clip.frames = 5;
+    clip.samples = 4410;
+    const std::string input = dir.file("in.mkv"), output = dir.file("out.mkv");
+    ASSERT_EQ(mediatest::WriteMedia(input, clip), "");
+    const struct {
+        std::vector<std::string> options;
+        std::vector<std::string> recorded; // in the file's bytes (x264) or the summary line
+    } cases[] = {
+        {{"--preset", "ultrafast", "--bitrate", "300k"}, {"subme=0", "bitrate=300 "}},
+        {{"--crf", "0"}, {"rc=cqp mbtree=0 qp=0"}},
+        {{"--codec", "ffv1"}, {"(ffv1 video + flac audio in matroska)"}},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> args{"convert", input, "-o", output};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        const RunResult r = RunTool(args);
+        ASSERT_EQ(r.status, 0) << r.err;
+        const Bytes file = ReadFile(output);
+        const std::string text = r.err + std::string(file.begin(), file.end());
+        for (const std::string& s : c.recorded)
+            EXPECT_NE(text.find(s), std::string::npos) << c.options[0] << ": " << s;
+    }
+}
+
 TEST(ToolConvert, BadInputAndOutputGiveOneLineAndNoFile)
 {
     TempDir dir;
