@@ -40,9 +40,10 @@ asan: deps
 	@ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build-asan --output-on-failure -j $(JOBS)
 
 # The thread sanitizer over the whole suite (the concurrency tests and the
-# stage stress test among it).
+# stage stress test among it); built without FFmpeg and libsoxr, which also
+# proves the library's build that needs only the C and C++ runtimes.
 tsan: deps
-	@cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_SANITIZE_THREAD=ON -DDP_BUILD_TOOLS=OFF -DDP_BUILD_EXAMPLES=OFF -DDP_WITH_FFMPEG=OFF >/dev/null
+	@cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_SANITIZE_THREAD=ON -DDP_BUILD_TOOLS=OFF -DDP_BUILD_EXAMPLES=OFF -DDP_WITH_FFMPEG=OFF -DDP_WITH_SOXR=OFF >/dev/null
 	@cmake --build build-tsan -j $(JOBS)
 	@TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" ctest --test-dir build-tsan --output-on-failure -j $(JOBS) -E "DeathTest|InstalledPackage|ExportedSymbols"
 
