@@ -6,6 +6,7 @@
 
 #include <DataProcess/Frame.h>
 
+#include "../Video/VideoTestSupport.h"
 #include "FileTestSupport.h"
 #include "SyntheticVideoSource.h"
 #include "Y4mFormat.h"
@@ -40,19 +41,6 @@ Bytes MakeY4m(const std::string& header, int w, int h, int frames, std::vector<s
         b.insert(b.end(), planes.begin(), planes.end());
     }
     return b;
-}
-
-// The picture of `frame` as the stream stores it, read through its pitches.
-Bytes Planes(const MEDIA_FRAME* frame)
-{
-    Bytes out;
-    const int w = frame->nWidth, h = frame->nHeight, cw = (w + 1) / 2, ch = (h + 1) / 2;
-    const struct { const unsigned char* p; int pitch, width, rows; } planes[] = {
-        {frame->pY, frame->nPitchY, w, h}, {frame->pU, frame->nPitchU, cw, ch}, {frame->pV, frame->nPitchV, cw, ch}};
-    for (const auto& pl : planes)
-        for (int y = 0; y < pl.rows; ++y)
-            out.insert(out.end(), pl.p + y * pl.pitch, pl.p + y * pl.pitch + pl.width);
-    return out;
 }
 
 // Walks the stream with Forward(1), checking each picture; returns the count.
