@@ -79,6 +79,7 @@ TEST_P(FfmpegRoundTrip, PicturesStampsAndSamples)
         ++frames;
     }
     EXPECT_EQ(frames, 25);
+    EXPECT_DOUBLE_EQ(v.VideoSeekTime(0.4, 0), 0.4) << "a time at a picture's start shows that picture";
     EXPECT_GE(worst, c.psnrFloor);
     EXPECT_EQ(v.LastError(), "");
     EXPECT_EQ(v.DamagedPackets(), 0);

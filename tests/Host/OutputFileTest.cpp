@@ -60,6 +60,15 @@ TEST(AtomicOutput, OnlyCommitPutsTheFileUnderItsName)
     EXPECT_EQ(out.LastError(), "no output file name given");
     EXPECT_FALSE(out.Open(dir.Path() + "/"));
     EXPECT_TRUE(filetest::EndsWith(out.LastError(), "is a folder, not a file name")) << out.LastError();
+
+    // A WAV file appended to a stream (">>") keeps the header of unknown
+    // size it began with: an appending stream is never rewritten.
+    FILE* appending = std::fopen(path.c_str(), "ab");
+    WavWriter wav;
+    ASSERT_TRUE(wav.Attach(appending, "appended", WavStreamFormat{8000, 1, 16, 0}));
+    ASSERT_TRUE(wav.WriteSamples("\1\2", 2) && wav.Commit()) << wav.LastError();
+    std::fclose(appending);
+    EXPECT_EQ(filetest::ReadFile(path).size(), 6u + 44u + 2u);
 }
 
 } // namespace
