@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build test test-levels demo asan tsan fuzz bench clean
+.PHONY: all deps configure build test test-levels test-arm64 demo asan tsan fuzz bench clean
 
 all: build
 
@@ -30,6 +30,11 @@ test-levels: build
 	  fi; \
 	done
 
+# The arm64 cross build under qemu-user: the whole suite at the reference,
+# NEON and SVE levels, SVE at 128 to 2048 bits (scripts/test-arm64.sh).
+test-arm64:
+	@JOBS=$(JOBS) bash scripts/test-arm64.sh
+
 demo: build
 	@$(BUILD_DIR)/Tools/dataprocess/dataprocess demo --out out
 
@@ -54,7 +59,7 @@ tsan: deps
 FUZZ_SECONDS ?= 60
 FUZZ_RUNS ?=
 FUZZ_LIMIT = $(if $(FUZZ_RUNS),-runs=$(FUZZ_RUNS) -seed=1,-max_total_time=$(FUZZ_SECONDS))
-FUZZ_TARGETS = Y4mReaderFuzz WavReaderFuzz Bmp2JpegFuzz WatermarkFuzz AudioStagesFuzz VideoGeometryFuzz
+FUZZ_TARGETS = Y4mReaderFuzz WavReaderFuzz Bmp2JpegFuzz WatermarkFuzz AudioStagesFuzz VideoGeometryFuzz HostFfmpegFuzz
 fuzz:
 	@bash scripts/install-deps.sh fuzz
 	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_FUZZ=ON -DDP_BUILD_TOOLS=OFF -DDP_BUILD_EXAMPLES=OFF >/dev/null
@@ -69,12 +74,16 @@ fuzz:
 	done
 
 # The peer benchmark: this library against libyuv, swscale, swresample and
-# TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG").
+# TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG"),
+# then the job cases: the tool against the ffmpeg program (JOB_ARGS, e.g.
+# "--seconds 5 --runs 1"; JOB_ARGS=skip leaves them out).
+JOB_ARGS ?=
 bench:
 	@bash scripts/install-deps.sh bench
 	@cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DDP_BUILD_BENCHMARKS=ON -DDP_BUILD_TESTS=OFF >/dev/null
-	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark
+	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark dataprocess
 	@build-bench/benchmarks/PeerBenchmark $(BENCH_ARGS)
+	@if [ "$(JOB_ARGS)" != skip ]; then /usr/bin/python3 benchmarks/jobs.py build-bench/Tools/dataprocess/dataprocess $(JOB_ARGS); fi
 
 clean:
-	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench
+	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench build-arm64
