@@ -7,7 +7,7 @@ if(NOT rc EQUAL 0)
 endif()
 foreach(required CreateYV12Frame CopyVideoFrame ReleaseAudioFrame ConvertUTF32toUTF8 __w2a FloatCompare
                  DefaultPrecision OrvLogEx OrvLogSetSink "VideoDecoder::ModifyInfo" "CSingleLock::CSingleLock"
-                 DPSetSimdLevel DPGetSimdLevel)
+                 DPSetSimdLevel DPGetSimdLevel PCVideoFromCallbacks PCAudioFromCallbacks)
   string(FIND "${syms}" "${required}" at)
   if(at EQUAL -1)
     message(FATAL_ERROR "not exported: ${required}")
