@@ -15,6 +15,22 @@ foreach(f include/DataProcess/DataProcess.h lib/libDataProcess.so lib/pkgconfig/
   endif()
 endforeach()
 
+# Installed programs run from wherever the prefix is (their run path is
+# relative), and the media component comes with its own pkg-config name.
+if(EXISTS ${prefix}/bin/dataprocess)
+  execute_process(COMMAND ${prefix}/bin/dataprocess --version RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "the installed tool does not run: ${err}")
+  endif()
+endif()
+if(EXISTS ${prefix}/lib/libDataProcessMedia.so)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/lib/pkgconfig
+                          pkg-config --cflags --libs dataprocess-media RESULT_VARIABLE rc OUTPUT_QUIET)
+  if(NOT rc EQUAL 0 OR NOT EXISTS ${prefix}/include/DataProcess/DataProcessMedia.h)
+    message(FATAL_ERROR "the media component is not installed whole")
+  endif()
+endif()
+
 set(outside ${SOURCE_DIR}/examples/outside)
 
 # 1. pkg-config
