@@ -56,6 +56,14 @@ int FfmpegAudioSource::Close()
     av_frame_free(&m_decoded);
     swr_free(&m_swr);
     m_swrFormat = -1;
+    m_swrRate = 0;
+    for (AVChannelLayout** l : {&m_swrLayout, &m_outLayout}) {
+        if (*l)
+            av_channel_layout_uninit(*l);
+        delete *l;
+        *l = nullptr;
+    }
+    m_formatChanges = 0;
     ReleaseAudioFrame(m_block);
     m_block = nullptr;
     m_pending = false;
@@ -78,12 +86,26 @@ int FfmpegAudioSource::Open(const wchar_t* path, const DecParam*, int* error)
     return rc == HOSTFILE_OK ? 1 : 0;
 }
 
-int FfmpegAudioSource::OpenPath(const std::string& path)
+int FfmpegAudioSource::OpenPath(const std::string& path, int streamIndex)
 {
     Close();
     m_error.clear();
-    if (!m_in.Open(path, FfmpegInput::AUDIO))
+    if (!m_in.Open(path, FfmpegInput::AUDIO, streamIndex))
         return HOSTFILE_CANNOT_OPEN;
+    return Opened(path);
+}
+
+int FfmpegAudioSource::OpenIo(AVIOContext* io, const std::string& name, int streamIndex)
+{
+    Close();
+    m_error.clear();
+    if (!m_in.Open(io, name, FfmpegInput::AUDIO, streamIndex))
+        return HOSTFILE_CANNOT_OPEN;
+    return Opened(name);
+}
+
+int FfmpegAudioSource::Opened(const std::string& path)
+{
     const AVCodecContext* c = m_in.Codec();
     const int channels = c->ch_layout.nb_channels;
     if (c->sample_rate <= 0 || c->sample_rate > 10000000 || channels < 1 || channels > kMaxChannels) {
@@ -95,6 +117,12 @@ int FfmpegAudioSource::OpenPath(const std::string& path)
     const char* fmt = av_get_sample_fmt_name(c->sample_fmt);
     m_description = std::string(c->codec->name) + ", " + (fmt ? fmt : "unknown sample format");
     m_decoded = av_frame_alloc();
+    m_outLayout = new AVChannelLayout{};
+    m_swrLayout = new AVChannelLayout{};
+    if (c->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
+        av_channel_layout_default(m_outLayout, channels);
+    else
+        av_channel_layout_copy(m_outLayout, &c->ch_layout);
     if (!m_decoded) {
         m_error = path + ": out of memory";
         Close();
@@ -119,6 +147,36 @@ bool FfmpegAudioSource::EnsureBuffer(int bytes)
     return m_block != nullptr;
 }
 
+bool FfmpegAudioSource::PrepareConverter(const AVFrame* d)
+{
+    AVChannelLayout in{};
+    if (d->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC || d->ch_layout.nb_channels <= 0)
+        av_channel_layout_default(&in, std::max(1, d->ch_layout.nb_channels));
+    else
+        av_channel_layout_copy(&in, &d->ch_layout);
+    if (m_swr && m_swrFormat == d->format && m_swrRate == d->sample_rate &&
+        av_channel_layout_compare(&in, m_swrLayout) == 0) {
+        av_channel_layout_uninit(&in);
+        return true;
+    }
+    if (m_swr && (m_swrRate != d->sample_rate || av_channel_layout_compare(&in, m_swrLayout) != 0))
+        ++m_formatChanges;
+    swr_free(&m_swr);
+    av_channel_layout_uninit(m_swrLayout);
+    const int err = swr_alloc_set_opts2(&m_swr, m_outLayout, AV_SAMPLE_FMT_S16, SampleRate(), &in,
+                                        static_cast<AVSampleFormat>(d->format), d->sample_rate, 0, nullptr);
+    av_channel_layout_copy(m_swrLayout, &in);
+    av_channel_layout_uninit(&in);
+    m_swrFormat = d->format;
+    m_swrRate = d->sample_rate;
+    if (err < 0 || swr_init(m_swr) < 0) {
+        swr_free(&m_swr);
+        m_error = m_in.Name() + ": cannot convert its samples to 16-bit";
+        return false;
+    }
+    return true;
+}
+
 bool FfmpegAudioSource::DecodeBlock(int64_t skipBefore)
 {
     const int rate = SampleRate(), channels = Channels();
@@ -126,30 +184,39 @@ bool FfmpegAudioSource::DecodeBlock(int64_t skipBefore)
         if (!m_in.Next(m_decoded))
             return false;
         AVFrame* d = m_decoded;
-        if (d->nb_samples <= 0)
+        if (d->nb_samples <= 0 || d->sample_rate <= 0 || d->ch_layout.nb_channels <= 0)
             continue;
-        if (d->ch_layout.nb_channels != channels || d->sample_rate != rate) {
-            m_error = m_in.Name() + ": the audio format changes mid-stream (" +
-                      std::to_string(d->ch_layout.nb_channels) + " channels at " + std::to_string(d->sample_rate) +
-                      " Hz); not supported";
-            return false;
-        }
         // Where this frame starts, in samples from the origin.
         const int64_t ts = d->best_effort_timestamp;
         if (ts != AV_NOPTS_VALUE) {
-            const int64_t at = av_rescale_q(m_in.ToUnits(ts), AVRational{1, 10000000}, AVRational{1, rate});
+            const int64_t units = m_in.Rebase(m_in.ToUnits(ts), UnitsOfSample(m_position, rate), m_started);
+            const int64_t at = av_rescale_q(units, AVRational{1, 10000000}, AVRational{1, rate});
             if (!m_started || at > m_position + kJumpTolerance || at < m_position - kJumpTolerance)
                 m_position = at;
         }
         m_started = true;
+
+        if (!PrepareConverter(d))
+            return false;
+        const int room = swr_get_out_samples(m_swr, d->nb_samples);
+        if (room < 0 || room > (INT_MAX / 2) / channels || !EnsureBuffer(room * channels * 2)) {
+            m_error = m_in.Name() + ": out of memory";
+            return false;
+        }
+        uint8_t* out[1] = {m_block->pData};
+        const int got = swr_convert(m_swr, out, room, const_cast<const uint8_t**>(d->extended_data), d->nb_samples);
+        if (got < 0) {
+            m_error = m_in.Name() + ": cannot convert its samples to 16-bit";
+            return false;
+        }
         // A last frame the encoder padded says in its packet's duration how
         // much of it is real (MP4 keeps that); the rest is cut. Only where
-        // the time base counts single samples: Matroska rounds durations to
-        // the millisecond.
-        int samples = d->nb_samples;
+        // the time base counts single samples (Matroska rounds durations to
+        // the millisecond) and the frame is at the stream's own rate.
+        int samples = got;
         const int64_t length = FramePacketDuration(d);
         const AVRational tb = m_in.Stream()->time_base;
-        if (length > 0 && tb.num == 1 && tb.den >= rate) {
+        if (length > 0 && tb.num == 1 && tb.den >= rate && d->sample_rate == rate) {
             const int64_t real = av_rescale_q(length, tb, AVRational{1, rate});
             if (real > 0 && real < samples)
                 samples = static_cast<int>(real);
@@ -162,36 +229,7 @@ bool FfmpegAudioSource::DecodeBlock(int64_t skipBefore)
                 continue; // wholly before the target
             skip = static_cast<int>(skipBefore - first);
         }
-
-        if (!m_swr || m_swrFormat != d->format) {
-            swr_free(&m_swr);
-            AVChannelLayout layout{};
-            if (d->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
-                av_channel_layout_default(&layout, channels);
-            else
-                av_channel_layout_copy(&layout, &d->ch_layout);
-            const int err = swr_alloc_set_opts2(&m_swr, &layout, AV_SAMPLE_FMT_S16, rate, &layout,
-                                                static_cast<AVSampleFormat>(d->format), rate, 0, nullptr);
-            av_channel_layout_uninit(&layout);
-            if (err < 0 || swr_init(m_swr) < 0) {
-                m_error = m_in.Name() + ": cannot convert its samples to 16-bit";
-                return false;
-            }
-            m_swrFormat = d->format;
-        }
-        const int bytes = d->nb_samples * channels * 2;
-        if (!EnsureBuffer(bytes)) {
-            m_error = m_in.Name() + ": out of memory";
-            return false;
-        }
-        uint8_t* out[1] = {m_block->pData};
-        const int got = swr_convert(m_swr, out, d->nb_samples, const_cast<const uint8_t**>(d->extended_data),
-                                    d->nb_samples);
-        if (got < 0) {
-            m_error = m_in.Name() + ": cannot convert its samples to 16-bit";
-            return false;
-        }
-        const int kept = std::max(0, std::min(got, samples) - skip);
+        const int kept = std::max(0, samples - skip);
         if (skip > 0 && kept > 0)
             std::memmove(m_block->pData, m_block->pData + static_cast<size_t>(skip) * channels * 2,
                          static_cast<size_t>(kept) * channels * 2);
@@ -230,6 +268,7 @@ double FfmpegAudioSource::AudioSeek(double seconds)
     if (!m_in.SeekBefore(UnitsOfSample(std::max<int64_t>(0, target - kRunIn), rate)))
         return -1.0;
     m_started = false;
+    m_in.ResetRebase();
     m_pending = DecodeBlock(target);
     if (!m_pending)
         return GetOffset();

@@ -2,7 +2,10 @@
 // stream, decoded with libavcodec and handed out as interleaved signed
 // 16-bit PCM at the stream's own rate and channel count (libswresample
 // changes only the sample format; rate and channel changes are the
-// library's stages' job). 1 to 8 channels.
+// library's stages' job). 1 to 8 channels. Where the stream changes its
+// format mid-stream (broadcast programmes switch between stereo and 5.1),
+// the samples from there on are converted by libswresample to the format
+// the stream began with, which stays the source's.
 //
 // Each decoded frame becomes one block. Blocks are stamped like the WAV
 // source's: a block starting at sample s has start = stop =
@@ -10,7 +13,9 @@
 // start, where s counts from the file's start (the origin of the video
 // stamps too). s follows the container's time stamps where they jump (a
 // gap or an overlap stays visible to the timeline stage) and runs on by
-// the samples delivered otherwise.
+// the samples delivered otherwise; a jump beyond
+// FfmpegInput::kDiscontinuityUnits is a discontinuity of the source, and
+// the blocks go on from where they were.
 //
 // AudioSeek is sample-exact as far as the container's time stamps are:
 // it seeks to the packet before and drops the samples before the target.
@@ -26,6 +31,7 @@
 #include "FfmpegInput.h"
 
 struct SwrContext;
+struct AVChannelLayout;
 
 class FfmpegAudioSource : public AudioDecoder {
 public:
@@ -45,8 +51,13 @@ public:
     const AudioInfo* GetAudioInfo() const override;
     const AudioStreamInfo* GetAudioStreamInfo() const override;
 
-    // The same as Open, with a UTF-8 path. Returns a HostFileError.
-    int OpenPath(const std::string& path);
+    // The same as Open, with a UTF-8 path; `streamIndex` >= 0 chooses the
+    // index-th audio stream (0 the first) instead of the best. Returns a
+    // HostFileError.
+    int OpenPath(const std::string& path, int streamIndex = -1);
+    // The same over an I/O context of the caller's (which stays the
+    // caller's and must outlive Close); `name` stands for it in messages.
+    int OpenIo(AVIOContext* io, const std::string& name, int streamIndex = -1);
 
     int SampleRate() const { return m_stream.audioInfo.nSampleRate; }
     int Channels() const { return m_stream.audioInfo.nChannels; }
@@ -57,6 +68,9 @@ public:
     // The decoder's name and sample format, e.g. "aac, fltp".
     const std::string& Description() const { return m_description; }
     long long DamagedPackets() const { return m_in.DamagedPackets(); }
+    long long Discontinuities() const { return m_in.Discontinuities(); }
+    // Times the stream's own format changed and was converted.
+    long long FormatChanges() const { return m_formatChanges; }
     // The last Open failed because the file has no audio stream.
     bool NoStream() const { return m_in.NoStream(); }
     const std::string& LastError() const { return m_error.empty() ? m_in.Error() : m_error; }
@@ -66,11 +80,18 @@ private:
     // at the end.
     bool DecodeBlock(int64_t skipBefore);
     bool EnsureBuffer(int bytes);
+    int Opened(const std::string& name);
+    // Sets m_swr up for frames like `d`; false when it cannot.
+    bool PrepareConverter(const AVFrame* d);
 
     FfmpegInput m_in;
     AVFrame* m_decoded = nullptr;
     SwrContext* m_swr = nullptr;
     int m_swrFormat = -1;
+    int m_swrRate = 0;
+    AVChannelLayout* m_swrLayout = nullptr; // the input layout m_swr was made for
+    AVChannelLayout* m_outLayout = nullptr; // the stream's first layout: the output's
+    long long m_formatChanges = 0;
     MEDIA_FRAME* m_block = nullptr;
     bool m_pending = false; // m_block holds a block not handed out yet (after a seek)
     bool m_started = false; // m_position follows the stream

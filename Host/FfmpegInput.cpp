@@ -46,6 +46,8 @@ void FfmpegInput::Close()
     m_index = -1;
     m_origin = 0;
     m_draining = false;
+    m_shift = 0;
+    m_discontinuities = 0;
 }
 
 bool FfmpegInput::Fail(const std::string& what, int err)
@@ -57,7 +59,18 @@ bool FfmpegInput::Fail(const std::string& what, int err)
     return false;
 }
 
-bool FfmpegInput::Open(const std::string& path, Kind kind)
+namespace {
+
+bool IsCandidate(const AVStream* st, AVMediaType type)
+{
+    // Cover art is stored as a one-picture video stream; it is part of the
+    // file's tags, not its video.
+    return st->codecpar->codec_type == type && !(st->disposition & AV_DISPOSITION_ATTACHED_PIC);
+}
+
+} // namespace
+
+bool FfmpegInput::Open(const std::string& path, Kind kind, int index)
 {
     Close();
     m_name = path;
@@ -66,24 +79,82 @@ bool FfmpegInput::Open(const std::string& path, Kind kind)
     m_noStream = false;
     FfmpegQuietLogs();
 
-    int err = avformat_open_input(&m_format, path.c_str(), nullptr, nullptr);
+    const int err = avformat_open_input(&m_format, path.c_str(), nullptr, nullptr);
     if (err < 0)
         return Fail("cannot open", err);
-    err = avformat_find_stream_info(m_format, nullptr);
+    return OpenStream(kind, index);
+}
+
+bool FfmpegInput::Open(AVIOContext* io, const std::string& name, Kind kind, int index)
+{
+    Close();
+    m_name = name;
+    m_error.clear();
+    m_damaged = 0;
+    m_noStream = false;
+    FfmpegQuietLogs();
+
+    m_format = avformat_alloc_context();
+    if (!m_format)
+        return Fail("out of memory");
+    m_format->pb = io;
+    m_format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    const int err = avformat_open_input(&m_format, name.c_str(), nullptr, nullptr);
+    if (err < 0)
+        return Fail("cannot open", err); // avformat_open_input freed the context
+    return OpenStream(kind, index);
+}
+
+int FfmpegInput::StreamCount(Kind kind) const
+{
+    if (!m_format)
+        return 0;
+    const AVMediaType type = kind == VIDEO ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
+    int n = 0;
+    for (unsigned i = 0; i < m_format->nb_streams; ++i)
+        n += IsCandidate(m_format->streams[i], type) ? 1 : 0;
+    return n;
+}
+
+bool FfmpegInput::OpenStream(Kind kind, int index)
+{
+    int err = avformat_find_stream_info(m_format, nullptr);
     if (err < 0)
         return Fail("cannot read the stream information", err);
     const AVMediaType type = kind == VIDEO ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
-    const AVCodec* decoder = nullptr;
-    m_index = av_find_best_stream(m_format, type, -1, -1, &decoder, 0);
-    if (m_index == AVERROR_STREAM_NOT_FOUND) {
+    const char* kindName = kind == VIDEO ? "video" : "audio";
+    const int count = StreamCount(kind);
+    if (count == 0) {
         m_noStream = true;
-        return Fail(kind == VIDEO ? "no video stream" : "no audio stream");
+        return Fail(std::string("no ") + kindName + " stream");
     }
-    if (m_index < 0 || !decoder) {
-        const AVCodecID id = m_index >= 0 ? m_format->streams[m_index]->codecpar->codec_id : AV_CODEC_ID_NONE;
-        return Fail(std::string("no decoder for its ") + (kind == VIDEO ? "video" : "audio") + " stream" +
+    m_index = -1;
+    if (index >= 0) {
+        if (index >= count) {
+            m_noStream = true;
+            return Fail("no " + std::string(kindName) + " stream " + std::to_string(index) + " (it has " +
+                        std::to_string(count) + ", numbered from 0)");
+        }
+        for (unsigned i = 0, n = 0; i < m_format->nb_streams && m_index < 0; ++i)
+            if (IsCandidate(m_format->streams[i], type) && int(n++) == index)
+                m_index = static_cast<int>(i);
+    } else {
+        m_index = av_find_best_stream(m_format, type, -1, -1, nullptr, 0);
+        if (m_index < 0 || !IsCandidate(m_format->streams[m_index], type)) {
+            // FFmpeg's choice fell on cover art (or none was decodable): the
+            // first real stream of the kind.
+            for (unsigned i = 0; i < m_format->nb_streams; ++i)
+                if (IsCandidate(m_format->streams[i], type)) {
+                    m_index = static_cast<int>(i);
+                    break;
+                }
+        }
+    }
+    const AVCodecID id = m_format->streams[m_index]->codecpar->codec_id;
+    const AVCodec* decoder = avcodec_find_decoder(id);
+    if (!decoder)
+        return Fail(std::string("no decoder for its ") + kindName + " stream" +
                     (id != AV_CODEC_ID_NONE ? std::string(" (") + avcodec_get_name(id) + ")" : std::string()));
-    }
     m_stream = m_format->streams[m_index];
     for (unsigned i = 0; i < m_format->nb_streams; ++i)
         if (static_cast<int>(i) != m_index)
@@ -188,6 +259,20 @@ int64_t FfmpegInput::FromUnits(int64_t units) const
 int64_t FfmpegInput::LengthToUnits(int64_t length) const
 {
     return m_stream ? av_rescale_q(length, m_stream->time_base, kUnits) : 0;
+}
+
+int64_t FfmpegInput::Rebase(int64_t units, int64_t expected, bool haveExpected)
+{
+    const int64_t shifted = units + m_shift;
+    if (!haveExpected)
+        return shifted;
+    const int64_t off = shifted - expected;
+    if (off > kDiscontinuityUnits || off < -kDiscontinuityUnits) {
+        m_shift += expected - shifted;
+        ++m_discontinuities;
+        return expected;
+    }
+    return shifted;
 }
 
 int64_t FfmpegInput::DurationUnits() const

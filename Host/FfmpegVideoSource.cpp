@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/frame.h>
+#include <libavutil/display.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
@@ -58,6 +60,8 @@ int FfmpegVideoSource::Close()
     m_current = false;
     m_ended = false;
     m_variableRate = false;
+    m_haveStamp = false;
+    m_orientation = Orientation{{1, 0, 0, 1}};
     m_period = 0;
     m_nextStart = 0;
     m_description.clear();
@@ -77,12 +81,58 @@ int FfmpegVideoSource::Open(const wchar_t* path, const DecParam*, int* error)
     return rc == HOSTFILE_OK ? 1 : 0;
 }
 
-int FfmpegVideoSource::OpenPath(const std::string& path)
+int FfmpegVideoSource::OpenPath(const std::string& path, int streamIndex)
 {
     Close();
     m_error.clear();
-    if (!m_in.Open(path, FfmpegInput::VIDEO))
+    if (!m_in.Open(path, FfmpegInput::VIDEO, streamIndex))
         return HOSTFILE_CANNOT_OPEN;
+    return Opened(path);
+}
+
+int FfmpegVideoSource::OpenIo(AVIOContext* io, const std::string& name, int streamIndex)
+{
+    Close();
+    m_error.clear();
+    if (!m_in.Open(io, name, FfmpegInput::VIDEO, streamIndex))
+        return HOSTFILE_CANNOT_OPEN;
+    return Opened(name);
+}
+
+void FfmpegVideoSource::ReadOrientation()
+{
+    const int32_t* matrix = reinterpret_cast<const int32_t*>(
+        av_stream_get_side_data(m_in.Stream(), AV_PKT_DATA_DISPLAYMATRIX, nullptr));
+    if (!matrix)
+        return;
+    // The matrix maps a picture point (x, y) to x' = a x + c y, y' = b x + d y
+    // (16.16 fixed point, any scale). A quarter turn or a mirror has one
+    // entry of each row at +-scale and the other at 0.
+    const double a = matrix[0] / 65536.0, b = matrix[1] / 65536.0, c = matrix[3] / 65536.0, d = matrix[4] / 65536.0;
+    const double e[4] = {a, c, b, d};
+    const double scale = std::max(std::max(std::fabs(a), std::fabs(b)), std::max(std::fabs(c), std::fabs(d)));
+    Orientation o{};
+    for (int i = 0; i < 4; ++i) {
+        const double v = scale > 0 ? e[i] / scale : 0.0;
+        o.m[i] = v > 0.99 ? 1 : v < -0.99 ? -1 : 0;
+        if (std::fabs(v - o.m[i]) > 0.01)
+            o.m[0] = 2; // not a quarter turn
+    }
+    const bool quarter = o.m[0] != 2 && std::abs(o.m[0] * o.m[3] - o.m[1] * o.m[2]) == 1 &&
+                         std::abs(o.m[0]) + std::abs(o.m[1]) == 1 && std::abs(o.m[2]) + std::abs(o.m[3]) == 1;
+    if (quarter) {
+        m_orientation = o;
+        return;
+    }
+    char text[120];
+    std::snprintf(text, sizeof(text), ": display matrix turns the picture by %.0f degrees; only quarter turns are "
+                                      "applied, the picture is kept as stored",
+                  av_display_rotation_get(matrix));
+    m_warning += (m_warning.empty() ? m_in.Name() : std::string("; ")) + text;
+}
+
+int FfmpegVideoSource::Opened(const std::string& path)
+{
     const AVCodecContext* c = m_in.Codec();
     const AVStream* s = m_in.Stream();
     if (c->width <= 0 || c->height <= 0 || c->width > kMaxDimension || c->height > kMaxDimension ||
@@ -120,6 +170,7 @@ int FfmpegVideoSource::OpenPath(const std::string& path)
         vi.nFrameCount = static_cast<int32_t>(std::min<double>(INT_MAX, std::llround(m_in.DurationUnits() / 1e7 * vi.dFrameRate)));
     const AVRational sar = av_guess_sample_aspect_ratio(m_in.Format(), const_cast<AVStream*>(s), nullptr);
     y4m::DisplayAspect(c->width, c->height, sar.num, sar.den, &vi.nAspectX, &vi.nAspectY);
+    ReadOrientation();
 
     m_current = DecodeNext();
     if (!m_current && !m_in.Error().empty()) {
@@ -149,7 +200,9 @@ bool FfmpegVideoSource::DecodeNext()
         return false;
     }
     const int64_t ts = m_decoded->best_effort_timestamp;
-    const int64_t start = ts != AV_NOPTS_VALUE ? m_in.ToUnits(ts) : m_nextStart;
+    const int64_t start =
+        ts != AV_NOPTS_VALUE ? m_in.Rebase(m_in.ToUnits(ts), m_nextStart, m_haveStamp) : m_nextStart;
+    m_haveStamp = true;
     const int64_t length = FrameDuration(m_decoded) > 0 ? m_in.LengthToUnits(FrameDuration(m_decoded)) : m_period;
     m_frame->llStartTime = start;
     m_frame->llStopTime = start + (length > 0 ? length : m_period);
@@ -218,6 +271,8 @@ double FfmpegVideoSource::VideoSeekTime(double seconds, unsigned int)
         return -1.0;
     m_ended = false;
     m_nextStart = 0;
+    m_haveStamp = false;
+    m_in.ResetRebase();
     // Decode forward to the frame whose interval holds the target; the last
     // frame stands for any time after the end.
     bool have = false;

@@ -19,7 +19,13 @@
 // holds it; VideoSeek(n) seeks to the time of frame n at the stream's rate.
 //
 // Damaged packets are skipped or concealed by the decoder and counted
-// (DamagedPackets()); they do not stop reading.
+// (DamagedPackets()); they do not stop reading. A jump of the stamps by more
+// than FfmpegInput::kDiscontinuityUnits is a discontinuity: the stamps go
+// on from where they were (Discontinuities() counts them).
+//
+// Orientation(): how the stored pictures are shown, from the stream's
+// display matrix (phones store upright video as landscape pictures with a
+// quarter turn to apply when showing them).
 #ifndef DATAPROCESS_HOST_FFMPEGVIDEOSOURCE_H
 #define DATAPROCESS_HOST_FFMPEGVIDEOSOURCE_H
 
@@ -55,8 +61,23 @@ public:
     int GetFrameOffset() const override;
     int Forward(int count) override;
 
-    // The same as Open, with a UTF-8 path. Returns a HostFileError.
-    int OpenPath(const std::string& path);
+    // The same as Open, with a UTF-8 path; `streamIndex` >= 0 chooses the
+    // index-th video stream (0 the first) instead of the best. Returns a
+    // HostFileError.
+    int OpenPath(const std::string& path, int streamIndex = -1);
+    // The same over an I/O context of the caller's (which stays the
+    // caller's and must outlive Close); `name` stands for it in messages.
+    int OpenIo(AVIOContext* io, const std::string& name, int streamIndex = -1);
+
+    // The display matrix as a turn of the picture: x' = m[0] x + m[1] y,
+    // y' = m[2] x + m[3] y in picture coordinates (x right, y down), each
+    // entry -1, 0 or 1. {1, 0, 0, 1} when the stream has none or when its
+    // turn is not a multiple of 90 degrees (Warning() then says so).
+    struct Orientation {
+        int m[4];
+        bool Identity() const { return m[0] == 1 && m[1] == 0 && m[2] == 0 && m[3] == 1; }
+    };
+    const Orientation& DisplayOrientation() const { return m_orientation; }
 
     int Width() const { return m_stream.videoInfo.nWidth; }
     int Height() const { return m_stream.videoInfo.nHeight; }
@@ -69,12 +90,15 @@ public:
     // The decoder's name and the stream's pixel format, e.g. "h264, yuv420p".
     const std::string& Description() const { return m_description; }
     long long DamagedPackets() const { return m_in.DamagedPackets(); }
+    long long Discontinuities() const { return m_in.Discontinuities(); }
     // The last Open failed because the file has no video stream.
     bool NoStream() const { return m_in.NoStream(); }
     const std::string& Warning() const { return m_warning; }
     const std::string& LastError() const { return m_error.empty() ? m_in.Error() : m_error; }
 
 private:
+    int Opened(const std::string& name); // the rest of OpenPath/OpenIo after the input opened
+    void ReadOrientation();
     bool DecodeNext(); // the next frame into the current picture; false at the end
     bool Convert();    // m_decoded -> m_frame
     void FillStreamBlock();
@@ -86,6 +110,8 @@ private:
     bool m_current = false; // m_frame holds a picture
     bool m_ended = false;
     bool m_variableRate = false;
+    bool m_haveStamp = false; // m_nextStart follows a decoded frame
+    Orientation m_orientation{{1, 0, 0, 1}};
     int64_t m_period = 0;   // one frame at the stream's rate, 100 ns
     int64_t m_nextStart = 0; // where a frame without a time stamp starts
     VideoStreamInfo m_stream{};

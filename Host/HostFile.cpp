@@ -7,6 +7,8 @@
 #include <cwchar>
 #include <vector>
 
+#include <climits>
+#include <cstdlib>
 #include <sys/stat.h>
 
 #include <DataProcess/TextConvert.h>
@@ -196,4 +198,25 @@ std::string HostPathExtension(const std::string& path)
     for (char& c : ext)
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return ext;
+}
+
+std::string HostFileIdentity(const std::string& path)
+{
+    if (path.empty() || path == "-")
+        return std::string();
+    struct stat st;
+    if (stat(path.c_str(), &st) == 0) {
+        if (!S_ISREG(st.st_mode) && !S_ISDIR(st.st_mode))
+            return std::string();
+        return "@" + std::to_string(static_cast<unsigned long long>(st.st_dev)) + ":" +
+               std::to_string(static_cast<unsigned long long>(st.st_ino));
+    }
+    // Not there yet: the folder it will be made in, by its real path.
+    const auto slash = path.rfind('/');
+    const std::string dir = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    char real[PATH_MAX];
+    if (!realpath(dir.c_str(), real))
+        return "?" + path;
+    return std::string(real) + "/" + name;
 }

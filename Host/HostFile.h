@@ -93,6 +93,13 @@ std::string HostOutputName(const std::string& path);
 // dot ("MP4" in "/a.b/Clip.MP4" gives "mp4"); empty when there is none.
 std::string HostPathExtension(const std::string& path);
 
+// What names the file behind `path` however it is spelled: its device and
+// inode after following links ("@dev:ino") when it exists, else the real
+// path of its folder joined with its name (a file to be made there).
+// Empty for "-" and for devices and pipes, which many paths may share
+// harmlessly (two outputs to /dev/null).
+std::string HostFileIdentity(const std::string& path);
+
 // The system's text for an errno value (thread-safe).
 std::string HostSystemErrorText(int err);
 

@@ -8,6 +8,7 @@
 #include "AudioOptions.h"
 #include "AudioPipeline.h"
 #include "Commands.h"
+#include "DistinctFiles.h"
 #include "MediaInputs.h"
 #include "MediaOutputs.h"
 #include "Progress.h"
@@ -27,15 +28,14 @@ struct AudioCommandArgs {
 
 int RunAudioCommand(const AudioCommandArgs& a)
 {
-    if (a.output != "-" && a.output == a.input)
-        throw UsageError("-o: the output must not be the input file");
+    CheckDistinctFiles({{"input", a.input}}, {{"-o", a.output}});
     // Standard output carries the data alone: claim it before the library
     // can print anything.
     std::unique_ptr<FILE, int (*)(FILE*)> dataOut(nullptr, std::fclose);
     if (a.output == "-")
         dataOut.reset(ClaimStdoutForData());
 
-    AudioInput source(a.input);
+    AudioInput source(a.input, false, a.audio.audioStream);
     const AudioSettings s = MakeAudioSettings(a.audio, source);
     LogTally tally(a.audio.verbose);
     AudioStack stack(source.Decoder(), s);

@@ -46,6 +46,13 @@ AudioSettings MakeAudioSettings(const AudioArgs& a, const AudioInput& source)
         s.fadeIn = ParseFade("--fade-in", a.fadeIn, &fadeInStart);
     if (!a.fadeOut.empty())
         s.fadeOut = ParseFade("--fade-out", a.fadeOut, &fadeOutStart);
+    // A rate outside what the stages are made for is a damaged header more
+    // often than real audio, and converting one block of it to a normal
+    // rate would take memory out of all proportion to the file.
+    if (source.SampleRate() < kMinSampleRate || source.SampleRate() > kMaxSampleRate)
+        throw ProcessingError(source.Path() + ": sample rate " + std::to_string(source.SampleRate()) +
+                              " Hz is outside " + std::to_string(kMinSampleRate) + ".." +
+                              std::to_string(kMaxSampleRate) + " Hz (a damaged header?)");
     if (source.BitsPerSample() != 16 && (s.rate || s.channels))
         throw ProcessingError(source.Path() + ": " + std::to_string(source.BitsPerSample()) +
                               "-bit audio cannot be converted (rate and channel conversion take 16-bit PCM)");
@@ -64,12 +71,15 @@ AudioSettings MakeAudioSettings(const AudioArgs& a, const AudioInput& source)
 void AddAudioOptions(CLI::App* cmd, AudioArgs* args, const std::string& rateOption)
 {
     cmd->add_option(rateOption, args->rate, "Output sample rate in Hz (default: the input's)")
-        ->check(CLI::Range(1000, 384000));
+        ->check(CLI::Range(kMinSampleRate, kMaxSampleRate));
     cmd->add_option("--channels", args->channels, "Output channels: 1, 2 or 6 (default: the input's)")
         ->check(CLI::IsMember({1, 2, 6}));
     cmd->add_option("--volume", args->volume, "Volume in percent (100 = unchanged)")->check(CLI::Range(0, 1000));
     cmd->add_option("--fade-in", args->fadeIn, "Fade in: LENGTH seconds from the start, or START:LENGTH");
     cmd->add_option("--fade-out", args->fadeOut, "Fade out: the last LENGTH seconds, or START:LENGTH");
+    cmd->add_option("--audio-stream", args->audioStream,
+                    "Which audio stream, counted from 0 among the file's audio streams (default: the best)")
+        ->check(CLI::Range(0, 1000));
     cmd->add_flag("--no-timeline", args->noTimeline,
                   "Do not even out the timeline (by default gaps in the time stamps are filled with silence and "
                   "overlaps trimmed)");

@@ -16,8 +16,13 @@ namespace dptool {
 
 class AudioInput;
 
+// Sample rates the tool takes in and gives out, in Hz.
+constexpr int kMinSampleRate = 1000;
+constexpr int kMaxSampleRate = 384000;
+
 struct AudioArgs {
     int rate = 0, channels = 0, volume = 100;
+    int audioStream = -1; // -1: the best
     std::string fadeIn, fadeOut;
     bool noTimeline = false;
     bool verbose = false;

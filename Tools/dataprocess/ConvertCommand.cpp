@@ -36,16 +36,19 @@ int RunConvertCommand(const ConvertArgs& a)
 {
     if (a.output == "-")
         throw UsageError("-o: convert writes a file (.mp4, .mkv, ...); for a pipe use the video or audio command");
-    if (a.output == a.input)
-        throw UsageError("-o: the output must not be the input file");
-    const VideoSettings vs = MakeVideoSettings(a.video);
+    VideoSettings vs = MakeVideoSettings(a.video);
+    std::vector<NamedPath> inputs{{"input", a.input}}, outputs{{"-o", a.output}};
+    AddVideoOptionFiles(a.video, vs, &inputs, &outputs);
+    CheckDistinctFiles(inputs, outputs);
 
     // Both streams of the input, each through its own reader; a file may
-    // lack either, not both.
-    VideoInput videoIn(a.input, true);
-    AudioInput audioIn(a.input, true);
+    // lack either, not both (cover art is no video).
+    VideoInput videoIn(a.input, true, a.video.videoStream);
+    AudioInput audioIn(a.input, true, a.audio.audioStream);
     if (!videoIn.Decoder() && !audioIn.Decoder())
         throw ProcessingError(a.input + ": neither a video nor an audio stream");
+    if (!videoIn.Decoder() && !vs.captures.empty())
+        throw UsageError("--capture: " + a.input + " has no video stream");
 
     std::unique_ptr<CountingVideoSource> counter;
     std::unique_ptr<InclusiveStopSource> stamped;
@@ -53,6 +56,9 @@ int RunConvertCommand(const ConvertArgs& a)
     VideoOutputFormat vf;
     if (videoIn.Decoder()) {
         videoIn.NoteVariableRate(vs.rate);
+        int orientation[4];
+        videoIn.DisplayOrientation(orientation);
+        ApplyDisplayOrientation(a.video, orientation, &vs);
         counter = std::make_unique<CountingVideoSource>(videoIn.Decoder());
         stamped = std::make_unique<InclusiveStopSource>(counter.get());
         videoStage.reset(CreateVideoStage(stamped.get(), vs));
@@ -81,7 +87,7 @@ int RunConvertCommand(const ConvertArgs& a)
     // The stream that is behind goes next, so that the container receives
     // both in time order.
     Progress progress(a.quiet, "");
-    const double duration = std::max(videoIn.DurationSeconds(), audioIn.Decoder() ? audioIn.DurationSeconds() : 0.0);
+    const double duration = std::max(videoIn.DurationSeconds(), audioIn.DurationSeconds());
     std::unique_ptr<VideoLoop> video;
     if (videoStage && !sink->HasVideo())
         videoStage.reset(); // an audio-only container: the audio alone

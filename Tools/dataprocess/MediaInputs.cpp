@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "HostFile.h"
 #include "ToolErrors.h"
 #include "WavAudioSource.h"
 #include "Y4mVideoSource.h"
@@ -26,21 +27,31 @@ template <class Source> std::unique_ptr<Source> OpenPlain(const std::string& pat
 #ifdef DP_HAVE_FFMPEG
 // Opens `path` with an FFmpeg source; null when `optional` and the file has
 // no stream of the source's kind; throws with its message otherwise.
-template <class Source> std::unique_ptr<Source> OpenFfmpeg(const std::string& path, bool optional)
+template <class Source>
+std::unique_ptr<Source> OpenFfmpeg(const std::string& path, bool optional, int streamIndex)
 {
     auto source = std::make_unique<Source>();
-    if (source->OpenPath(path) == HOSTFILE_OK)
+    if (source->OpenPath(path, streamIndex) == HOSTFILE_OK)
         return source;
-    if (optional && source->NoStream())
+    // A stream asked for by number must be there; only the default choice
+    // may find none.
+    if (optional && streamIndex < 0 && source->NoStream())
         return nullptr;
     throw ProcessingError(source->LastError());
 }
 
-void WarnDamaged(const std::string& path, long long damaged)
+std::string Plural(long long n, const char* what)
 {
-    if (damaged > 0)
-        Warn(path + ": " + std::to_string(damaged) + " damaged packet" + (damaged == 1 ? "" : "s") +
-             " skipped or concealed by the decoder");
+    return std::to_string(n) + " " + what + (n == 1 ? "" : "s");
+}
+
+template <class Source> void WarnAfterRun(const std::string& path, const Source& source)
+{
+    if (source.DamagedPackets() > 0)
+        Warn(path + ": " + Plural(source.DamagedPackets(), "damaged packet") + " skipped or concealed by the decoder");
+    if (source.Discontinuities() > 0)
+        Warn(path + ": " + Plural(source.Discontinuities(), "time stamp discontinuity") +
+             " (stamps jumping by more than 10 s) joined without a gap");
 }
 #else
 [[noreturn]] void NoFfmpeg(const std::string& path, const char* plain)
@@ -62,13 +73,20 @@ bool ReadsThroughFfmpeg(const std::string& path, const char* plainExtension)
 
 void Warn(const std::string& line) { std::fprintf(stderr, "warning: %s\n", line.c_str()); }
 
-VideoInput::VideoInput(const std::string& path, bool optional) : m_path(path)
+// A plain y4m or WAV file has one stream, number 0.
+static void CheckPlainStream(const std::string& path, int streamIndex, const char* option)
+{
+    if (streamIndex > 0)
+        throw UsageError(std::string(option) + ": " + HostInputName(path) + " has one stream, number 0");
+}
+
+VideoInput::VideoInput(const std::string& path, bool optional, int streamIndex) : m_path(path)
 {
     if (optional && !ReadsThroughFfmpeg(path, "wav"))
         return; // a WAV file: no video
     if (ReadsThroughFfmpeg(path, "y4m")) {
 #ifdef DP_HAVE_FFMPEG
-        m_ffmpeg = OpenFfmpeg<FfmpegVideoSource>(path, optional);
+        m_ffmpeg = OpenFfmpeg<FfmpegVideoSource>(path, optional, streamIndex);
         if (!m_ffmpeg)
             return;
         if (!m_ffmpeg->Warning().empty())
@@ -80,6 +98,7 @@ VideoInput::VideoInput(const std::string& path, bool optional) : m_path(path)
         NoFfmpeg(path, "y4m");
 #endif
     }
+    CheckPlainStream(path, streamIndex, "--video-stream");
     m_y4m = OpenPlain<Y4mVideoSource>(path);
 }
 
@@ -100,7 +119,7 @@ double VideoInput::Rate() const
     if (m_ffmpeg)
         return m_ffmpeg->FrameRate();
 #endif
-    return m_y4m->RateNum() / double(m_y4m->RateDen());
+    return m_y4m ? m_y4m->RateNum() / double(m_y4m->RateDen()) : 0.0;
 }
 
 char VideoInput::Interlacing() const { return m_y4m ? m_y4m->Interlacing() : 'p'; }
@@ -111,7 +130,20 @@ double VideoInput::DurationSeconds() const
     if (m_ffmpeg)
         return m_ffmpeg->DurationUnits() / 1e7;
 #endif
+    if (!m_y4m)
+        return 0.0;
     return m_y4m->FrameCount() > 0 ? m_y4m->FrameCount() * (m_y4m->FramePeriod() / 1e7) : 0.0;
+}
+
+void VideoInput::DisplayOrientation(int m[4]) const
+{
+    m[0] = m[3] = 1;
+    m[1] = m[2] = 0;
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg)
+        for (int i = 0; i < 4; ++i)
+            m[i] = m_ffmpeg->DisplayOrientation().m[i];
+#endif
 }
 
 void VideoInput::NoteVariableRate(double chosenRate) const
@@ -136,7 +168,7 @@ void VideoInput::Finish() const
     if (m_ffmpeg) {
         if (!m_ffmpeg->LastError().empty())
             throw ProcessingError(m_ffmpeg->LastError());
-        WarnDamaged(m_path, m_ffmpeg->DamagedPackets());
+        WarnAfterRun(m_path, *m_ffmpeg);
         return;
     }
 #endif
@@ -144,18 +176,19 @@ void VideoInput::Finish() const
         throw ProcessingError(m_y4m->LastError().empty() ? m_path + ": truncated stream" : m_y4m->LastError());
 }
 
-AudioInput::AudioInput(const std::string& path, bool optional) : m_path(path)
+AudioInput::AudioInput(const std::string& path, bool optional, int streamIndex) : m_path(path)
 {
     if (optional && (path == "-" || !ReadsThroughFfmpeg(path, "y4m")))
         return; // a y4m stream: no audio
     if (ReadsThroughFfmpeg(path, "wav")) {
 #ifdef DP_HAVE_FFMPEG
-        m_ffmpeg = OpenFfmpeg<FfmpegAudioSource>(path, optional);
+        m_ffmpeg = OpenFfmpeg<FfmpegAudioSource>(path, optional, streamIndex);
         return;
 #else
         NoFfmpeg(path, "wav");
 #endif
     }
+    CheckPlainStream(path, streamIndex, "--audio-stream");
     m_wav = OpenPlain<WavAudioSource>(path);
 }
 
@@ -178,7 +211,7 @@ int AudioInput::SampleRate() const
     if (m_ffmpeg)
         return m_ffmpeg->SampleRate();
 #endif
-    return m_wav->SampleRate();
+    return m_wav ? m_wav->SampleRate() : 0;
 }
 
 double AudioInput::DurationSeconds() const
@@ -187,6 +220,8 @@ double AudioInput::DurationSeconds() const
     if (m_ffmpeg)
         return m_ffmpeg->DurationUnits() > 0 ? m_ffmpeg->DurationUnits() / 1e7 : -1.0;
 #endif
+    if (!m_wav)
+        return -1.0;
     return m_wav->SampleFrameCount() < 0 ? -1.0 : double(m_wav->SampleFrameCount()) / m_wav->SampleRate();
 }
 
@@ -196,7 +231,10 @@ void AudioInput::Finish() const
     if (m_ffmpeg) {
         if (!m_ffmpeg->LastError().empty())
             throw ProcessingError(m_ffmpeg->LastError());
-        WarnDamaged(m_path, m_ffmpeg->DamagedPackets());
+        WarnAfterRun(m_path, *m_ffmpeg);
+        if (m_ffmpeg->FormatChanges() > 0)
+            Warn(m_path + ": the audio format changes mid-stream (" + Plural(m_ffmpeg->FormatChanges(), "change") +
+                 "); converted to the format it began with");
         return;
     }
 #endif

@@ -29,16 +29,21 @@ class VideoInput {
 public:
     // Opens `path`; throws ProcessingError with the reader's message. With
     // `optional`, a file without a video stream is no error: Decoder() is
-    // then null.
-    explicit VideoInput(const std::string& path, bool optional = false);
+    // then null. `streamIndex` >= 0 picks the index-th video stream of a
+    // file FFmpeg reads (a y4m stream has only 0).
+    explicit VideoInput(const std::string& path, bool optional = false, int streamIndex = -1);
     ~VideoInput();
 
     VideoDecoder* Decoder() const;
     double Rate() const;
     // The y4m I tag ('p', 't', 'b', 'm', '?'); 'p' for other files.
     char Interlacing() const;
-    // Length in seconds; 0 when unknown.
+    // Length in seconds; 0 when unknown (or no stream).
     double DurationSeconds() const;
+    // How the pictures are to be shown, from the file's display matrix:
+    // x' = m[0] x + m[1] y, y' = m[2] x + m[3] y (x right, y down); the
+    // identity for y4m.
+    void DisplayOrientation(int m[4]) const;
     // Says so when the pictures come at varying intervals and the stage
     // will even them out at the average rate (no --rate given).
     void NoteVariableRate(double chosenRate) const;
@@ -56,14 +61,14 @@ private:
 
 class AudioInput {
 public:
-    explicit AudioInput(const std::string& path, bool optional = false);
+    explicit AudioInput(const std::string& path, bool optional = false, int streamIndex = -1);
     ~AudioInput();
 
     AudioDecoder* Decoder() const;
     const std::string& Path() const { return m_path; }
     int BitsPerSample() const;
     int SampleRate() const;
-    // Length in seconds; negative when unknown (a stream).
+    // Length in seconds; negative when unknown (a stream, or no stream).
     double DurationSeconds() const;
     void Finish() const;
 

@@ -30,8 +30,9 @@ struct VideoCommandArgs {
 int RunVideoCommand(const VideoCommandArgs& a)
 {
     VideoSettings s = MakeVideoSettings(a.video);
-    if (a.output != "-" && a.output == a.input)
-        throw UsageError("-o: the output must not be the input file");
+    std::vector<NamedPath> inputs{{"input", a.input}}, outputs{{"-o", a.output}};
+    AddVideoOptionFiles(a.video, s, &inputs, &outputs);
+    CheckDistinctFiles(inputs, outputs);
     // Standard output carries the data alone: claim it before the library
     // can print anything.
     std::unique_ptr<FILE, int (*)(FILE*)> dataOut(nullptr, std::fclose);
@@ -39,8 +40,11 @@ int RunVideoCommand(const VideoCommandArgs& a)
         dataOut.reset(ClaimStdoutForData());
 
     // Inputs are checked before any output is started.
-    VideoInput source(a.input);
+    VideoInput source(a.input, false, a.video.videoStream);
     source.NoteVariableRate(s.rate);
+    int orientation[4];
+    source.DisplayOrientation(orientation);
+    ApplyDisplayOrientation(a.video, orientation, &s);
     CountingVideoSource counter(source.Decoder());
     InclusiveStopSource stamped(&counter);
     std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> stage(CreateVideoStage(&stamped, s), PCVideoDestroy);

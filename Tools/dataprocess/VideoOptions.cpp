@@ -43,6 +43,68 @@ VideoSettings MakeVideoSettings(const VideoArgs& a)
     return s;
 }
 
+namespace {
+
+// A turn or mirror of the picture as a 2x2 matrix on (x, y), x right and y
+// down: x' = m[0] x + m[1] y, y' = m[2] x + m[3] y.
+struct Turn {
+    int m[4];
+    Turn operator*(const Turn& o) const // this after o
+    {
+        return Turn{{m[0] * o.m[0] + m[1] * o.m[2], m[0] * o.m[1] + m[1] * o.m[3], m[2] * o.m[0] + m[3] * o.m[2],
+                     m[2] * o.m[1] + m[3] * o.m[3]}};
+    }
+    bool operator==(const Turn& o) const
+    {
+        return m[0] == o.m[0] && m[1] == o.m[1] && m[2] == o.m[2] && m[3] == o.m[3];
+    }
+};
+
+// The stage's quarter turns (90 turns the picture counter-clockwise on
+// screen: the right edge comes to the top) and its flips (bit 1
+// horizontal, bit 2 vertical).
+Turn StageRotation(int degrees)
+{
+    return degrees == 90 ? Turn{{0, 1, -1, 0}} : degrees == 270 ? Turn{{0, -1, 1, 0}} : Turn{{1, 0, 0, 1}};
+}
+
+Turn StageFlips(unsigned flips)
+{
+    return Turn{{(flips & 1) ? -1 : 1, 0, 0, (flips & 2) ? -1 : 1}};
+}
+
+} // namespace
+
+void AddVideoOptionFiles(const VideoArgs& a, const VideoSettings& s, std::vector<NamedPath>* inputs,
+                         std::vector<NamedPath>* outputs)
+{
+    if (!a.watermark.empty())
+        inputs->push_back({"--watermark", a.watermark});
+    if (!a.userWatermark.empty())
+        inputs->push_back({"--user-watermark", a.userWatermark});
+    for (const CaptureRequest& c : s.captures)
+        outputs->push_back({"--capture", c.path});
+}
+
+void ApplyDisplayOrientation(const VideoArgs& args, const int m[4], VideoSettings* s)
+{
+    const Turn display{{m[0], m[1], m[2], m[3]}};
+    if (args.noAutorotate || display == Turn{{1, 0, 0, 1}})
+        return;
+    // The stage turns first and flips after; the user's own turn and flips
+    // apply to the upright picture.
+    const Turn want = StageFlips(s->flips) * StageRotation(s->rotation) * display;
+    // Flips as few as can be, so that a plain quarter turn is the same
+    // `--rotate` a user would give, and a half turn is both flips.
+    for (unsigned flips : {0u, 1u, 2u, 3u})
+        for (int degrees : {0, 90, 270})
+            if (StageFlips(flips) * StageRotation(degrees) == want) {
+                s->rotation = degrees;
+                s->flips = flips;
+                return;
+            }
+}
+
 void AddVideoOptions(CLI::App* cmd, VideoArgs* args)
 {
     cmd->add_option("--size", args->size, "Output size WIDTHxHEIGHT (default: the source's, widened to its "
@@ -52,8 +114,16 @@ void AddVideoOptions(CLI::App* cmd, VideoArgs* args)
                     "letterbox-plain, crop-fill");
     cmd->add_option("--interpolation", args->interpolation, "nearest, bilinear (default) or default");
     cmd->add_option("--crop", args->crop, "Source rectangle LEFT,TOP,RIGHT,BOTTOM in pixels");
-    cmd->add_option("--rotate", args->rotate, "Quarter turn: 90 or 270 (counter-clockwise on screen for 90)")
+    cmd->add_option("--rotate", args->rotate, "Quarter turn: 90 or 270 (counter-clockwise on screen for 90), "
+                                              "after the file's own turn")
         ->check(CLI::IsMember({0, 90, 270}));
+    cmd->add_flag("--no-autorotate", args->noAutorotate,
+                  "Keep the pictures as stored (by default a file's display matrix - phones record upright video "
+                  "as turned pictures - is applied with the stage's own turn and flips)");
+    cmd->add_option("--video-stream", args->videoStream,
+                    "Which video stream, counted from 0 among the file's video streams (default: the best; cover "
+                    "art is never video)")
+        ->check(CLI::Range(0, 1000));
     cmd->add_option("--rate", args->rate, "Output frame rate; frames are repeated or skipped to keep a constant "
                                           "grid (default: the source's)")
         ->check(CLI::Validator(
