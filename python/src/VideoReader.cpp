@@ -5,6 +5,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "FfmpegVideoSource.h"
 #include "InclusiveStopSource.h"
 #include "MediaInputs.h"
 #include "PythonSource.h"
@@ -46,6 +47,31 @@ py::array View(const Buffer& buffer, size_t offset, std::vector<py::ssize_t> sha
     return a;
 }
 
+// At an output rate below the file's, pictures shown at no grid time need
+// not be decoded when nothing refers to them (B-frames, mostly). Wanted: a
+// picture holding a target trunc(k / rate * 1e7) that the constant-rate
+// stage compares stop times with, with a millisecond of slack either side
+// for rounded stamps. Skipped pictures leave a gap of at most one grid
+// period between decoded ones, far below the source's discontinuity limit
+// for the rates this is used at.
+void SkipUnshownPictures(VideoDecoder* decoder, double rate)
+{
+    auto* file = dynamic_cast<FfmpegVideoSource*>(decoder);
+    if (!file || !(rate >= 0.2) || !(file->FrameRate() > rate))
+        return;
+    const int64_t period = static_cast<int64_t>(1e7 / file->FrameRate());
+    file->SetPacketFilter([rate, period](int64_t start, int64_t length) {
+        const int64_t lo = start - 10000, hi = start + std::max(length, period) + 10000;
+        for (long long k = static_cast<long long>(std::floor(lo * rate / 1e7));; ++k) {
+            const int64_t target = static_cast<int64_t>(k / rate * 1e7);
+            if (target > hi)
+                return false;
+            if (target >= lo)
+                return true;
+        }
+    });
+}
+
 } // namespace
 
 VideoReader::VideoReader(py::object source, const std::vector<std::string>& flags, py::object watermark,
@@ -83,6 +109,8 @@ VideoReader::VideoReader(py::object source, const std::vector<std::string>& flag
     m_stage = dptool::CreateVideoStage(decoder, s);
     const VideoInfo* vi = PCGetVideoInfo(m_stage);
     m_rate = vi && vi->dFrameRate > 0 ? vi->dFrameRate : 25.0;
+    if (m_input && args.rate > 0)
+        SkipUnshownPictures(m_input->Decoder(), m_rate);
     if (m_duration <= 0 && vi && vi->nFrameCount > 0)
         m_duration = vi->nFrameCount / m_rate;
     m_ended = PCGetVideoFrame(m_stage) == nullptr;
