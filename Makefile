@@ -68,12 +68,14 @@ fuzz:
 	done
 
 # The peer benchmark: this library against libyuv, swscale, swresample and
-# TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG").
+# TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG"),
+# then the Python package against PyAV.
 bench:
 	@bash scripts/install-deps.sh bench
 	@cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DDP_BUILD_BENCHMARKS=ON -DDP_BUILD_TESTS=OFF >/dev/null
-	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark
+	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark _dataprocess
 	@build-bench/benchmarks/PeerBenchmark $(BENCH_ARGS)
+	@PYTHONPATH=build-bench/python /usr/bin/python3 benchmarks/python/pyav_bench.py --dir build-bench
 
 clean:
 	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench
