@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build test test-levels demo asan tsan fuzz bench clean
+.PHONY: all deps configure build test test-levels test-arm64 demo asan tsan fuzz bench clean
 
 all: build
 
@@ -30,6 +30,11 @@ test-levels: build
 	  fi; \
 	done
 
+# The arm64 cross build under qemu-user: the whole suite at the reference,
+# NEON and SVE levels, SVE at 128 to 2048 bits (scripts/test-arm64.sh).
+test-arm64:
+	@JOBS=$(JOBS) bash scripts/test-arm64.sh
+
 demo: build
 	@$(BUILD_DIR)/Tools/dataprocess/dataprocess demo --out out
 
@@ -54,7 +59,7 @@ tsan: deps
 FUZZ_SECONDS ?= 60
 FUZZ_RUNS ?=
 FUZZ_LIMIT = $(if $(FUZZ_RUNS),-runs=$(FUZZ_RUNS) -seed=1,-max_total_time=$(FUZZ_SECONDS))
-FUZZ_TARGETS = Y4mReaderFuzz WavReaderFuzz Bmp2JpegFuzz WatermarkFuzz AudioStagesFuzz VideoGeometryFuzz
+FUZZ_TARGETS = Y4mReaderFuzz WavReaderFuzz Bmp2JpegFuzz WatermarkFuzz AudioStagesFuzz VideoGeometryFuzz HostFfmpegFuzz
 fuzz:
 	@bash scripts/install-deps.sh fuzz
 	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_FUZZ=ON -DDP_BUILD_TOOLS=OFF -DDP_BUILD_EXAMPLES=OFF >/dev/null
@@ -83,4 +88,4 @@ bench:
 	@PYTHONPATH=build-bench/python /usr/bin/python3 benchmarks/python/pyav_bench.py --dir build-bench
 
 clean:
-	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench
+	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench build-arm64

@@ -5,7 +5,10 @@
 #   scripts/install-deps.sh            build, tests, tool and demo
 #   scripts/install-deps.sh bench      + the peer libraries (and the sox program) the benchmark compares with
 #   scripts/install-deps.sh fuzz       + clang and libFuzzer for the fuzz targets
-#   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs, to look at what the tool wrote
+#   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs and numpy: the media battery
+#                                        (tests/Battery) makes its clips and measures the outputs with them
+#   scripts/install-deps.sh arm64      + the arm64 cross compiler, arm64 Highway/GoogleTest/libjpeg
+#                                        (Debian multiarch) and qemu-user to run the result
 #
 # The library itself needs only the C and C++ runtimes; Highway (SIMD
 # kernels) and libsoxr (the audio stages' high-quality resampler) are
@@ -20,10 +23,20 @@ for group in "$@"; do
   case "$group" in
     bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev sox ffmpeg python3-av) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
-    probe) packages+=(ffmpeg) ;;
-    *) echo "install-deps.sh: unknown group '$group' (bench, fuzz, probe)" >&2; exit 2 ;;
+    probe) packages+=(ffmpeg python3-numpy) ;;
+    arm64) packages+=(g++-aarch64-linux-gnu qemu-user-static libhwy-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
+                      libjpeg62-turbo-dev:arm64)
+           need_arm64=1 ;;
+    *) echo "install-deps.sh: unknown group '$group' (bench, fuzz, probe, arm64)" >&2; exit 2 ;;
   esac
 done
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+if [ -n "${need_arm64:-}" ] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+  echo "Adding the arm64 architecture to dpkg (multiarch)" >&2
+  $SUDO dpkg --add-architecture arm64
+fi
 
 missing=()
 for p in "${packages[@]}"; do
@@ -33,8 +46,6 @@ if [ ${#missing[@]} -eq 0 ]; then
   exit 0
 fi
 echo "Installing: ${missing[*]}" >&2
-SUDO=""
-if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
 export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update -qq >/dev/null || echo "warning: apt-get update failed; trying the install anyway" >&2
 $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -1,6 +1,14 @@
 # Installs the build into a scratch prefix and builds an outside program
 # against it twice: with pkg-config and with find_package(DataProcess).
-# Arguments: BUILD_DIR, SOURCE_DIR, WORK_DIR.
+# Arguments: BUILD_DIR, SOURCE_DIR, WORK_DIR; for a cross build also CXX (the
+# compiler), TOOLCHAIN (its CMake toolchain file) and EMULATOR (what runs
+# the programs).
+if(NOT CXX)
+  set(CXX c++)
+endif()
+if(TOOLCHAIN)
+  set(toolchain_arg -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
+endif()
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix}
@@ -18,7 +26,8 @@ endforeach()
 # Installed programs run from wherever the prefix is (their run path is
 # relative), and the media component comes with its own pkg-config name.
 if(EXISTS ${prefix}/bin/dataprocess)
-  execute_process(COMMAND ${prefix}/bin/dataprocess --version RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
+  execute_process(COMMAND ${EMULATOR} ${prefix}/bin/dataprocess --version RESULT_VARIABLE rc OUTPUT_QUIET
+                  ERROR_VARIABLE err)
   if(NOT rc EQUAL 0)
     message(FATAL_ERROR "the installed tool does not run: ${err}")
   endif()
@@ -33,7 +42,7 @@ endif()
 
 # The Python package, installed, imports and finds its library.
 file(GLOB _dp_python_dirs ${prefix}/lib/python3*/dist-packages)
-if(_dp_python_dirs AND PYTHON)
+if(_dp_python_dirs AND PYTHON AND NOT EMULATOR)
   execute_process(COMMAND ${CMAKE_COMMAND} -E env PYTHONPATH=${_dp_python_dirs} ${PYTHON} -c
                           "import dataprocess; print(dataprocess.__version__)"
                   RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
@@ -52,19 +61,19 @@ if(NOT rc EQUAL 0)
   message(FATAL_ERROR "pkg-config does not find dataprocess")
 endif()
 separate_arguments(flags UNIX_COMMAND "${flags}")
-execute_process(COMMAND c++ -std=c++17 -Wall -Wextra -Werror ${outside}/main.cpp ${SOURCE_DIR}/Host/SyntheticVideoSource.cpp
+execute_process(COMMAND ${CXX} -std=c++17 -Wall -Wextra -Werror ${outside}/main.cpp ${SOURCE_DIR}/Host/SyntheticVideoSource.cpp
                         -I${SOURCE_DIR}/Host ${flags} -Wl,-rpath,${prefix}/lib -o ${WORK_DIR}/outside-pc
                 RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the outside program does not build with pkg-config")
 endif()
-execute_process(COMMAND ${WORK_DIR}/outside-pc RESULT_VARIABLE rc)
+execute_process(COMMAND ${EMULATOR} ${WORK_DIR}/outside-pc RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the outside program (pkg-config build) failed: ${rc}")
 endif()
 
 # 2. find_package
-execute_process(COMMAND ${CMAKE_COMMAND} -S ${outside} -B ${WORK_DIR}/cmake-build -DCMAKE_PREFIX_PATH=${prefix}
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${outside} -B ${WORK_DIR}/cmake-build -DCMAKE_PREFIX_PATH=${prefix} ${toolchain_arg}
                         -DDP_HOST_DIR=${SOURCE_DIR}/Host
                 RESULT_VARIABLE rc OUTPUT_QUIET)
 if(NOT rc EQUAL 0)
@@ -74,7 +83,7 @@ execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-build RESULT_
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the outside program does not build with CMake")
 endif()
-execute_process(COMMAND ${WORK_DIR}/cmake-build/outside RESULT_VARIABLE rc)
+execute_process(COMMAND ${EMULATOR} ${WORK_DIR}/cmake-build/outside RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the outside program (CMake build) failed: ${rc}")
 endif()
