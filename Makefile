@@ -76,14 +76,16 @@ fuzz:
 # The peer benchmark: this library against libyuv, swscale, swresample and
 # TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG"),
 # then the job cases: the tool against the ffmpeg program (JOB_ARGS, e.g.
-# "--seconds 5 --runs 1"; JOB_ARGS=skip leaves them out).
+# "--seconds 5 --runs 1"; JOB_ARGS=skip leaves them out), and the Python
+# package against PyAV.
 JOB_ARGS ?=
 bench:
 	@bash scripts/install-deps.sh bench
 	@cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DDP_BUILD_BENCHMARKS=ON -DDP_BUILD_TESTS=OFF >/dev/null
-	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark dataprocess
+	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark dataprocess _dataprocess
 	@build-bench/benchmarks/PeerBenchmark $(BENCH_ARGS)
 	@if [ "$(JOB_ARGS)" != skip ]; then /usr/bin/python3 benchmarks/jobs.py build-bench/Tools/dataprocess/dataprocess $(JOB_ARGS); fi
+	@PYTHONPATH=build-bench/python /usr/bin/python3 benchmarks/python/pyav_bench.py --dir build-bench
 
 clean:
 	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench build-arm64

@@ -17,10 +17,11 @@
 set -euo pipefail
 
 packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libcli11-dev libjpeg62-turbo-dev libturbojpeg0-dev
+          python3-dev python3-numpy python3-pytest python3-setuptools pybind11-dev
           libhwy-dev libsoxr-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
 for group in "$@"; do
   case "$group" in
-    bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev sox ffmpeg) ;;
+    bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev sox ffmpeg python3-av) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
     probe) packages+=(ffmpeg python3-numpy) ;;
     arm64) packages+=(g++-aarch64-linux-gnu qemu-user-static libhwy-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64

@@ -22,5 +22,6 @@
 #include "AudioStages.h"
 #include "StillImages.h"
 #include "DataProcessC.h"
+#include "DataProcessCallbacks.h"
 
 #endif // DATAPROCESS_DATAPROCESS_H

@@ -11,7 +11,7 @@ endif()
 foreach(required CreateYV12Frame CopyVideoFrame ReleaseAudioFrame ConvertUTF32toUTF8 __w2a FloatCompare
                  DefaultPrecision OrvLogEx OrvLogSetSink "VideoDecoder::ModifyInfo" "CSingleLock::CSingleLock"
                  DPSetSimdLevel DPGetSimdLevel DPAudioResamplerAvailable PCSetAudioResampler PCGetAudioResampler
-                 "CAudioConverter::Flush")
+                 "CAudioConverter::Flush" PCVideoFromCallbacks PCAudioFromCallbacks)
   string(FIND "${syms}" "${required}" at)
   if(at EQUAL -1)
     message(FATAL_ERROR "not exported: ${required}")

@@ -23,6 +23,34 @@ foreach(f include/DataProcess/DataProcess.h lib/libDataProcess.so lib/pkgconfig/
   endif()
 endforeach()
 
+# Installed programs run from wherever the prefix is (their run path is
+# relative), and the media component comes with its own pkg-config name.
+if(EXISTS ${prefix}/bin/dataprocess)
+  execute_process(COMMAND ${EMULATOR} ${prefix}/bin/dataprocess --version RESULT_VARIABLE rc OUTPUT_QUIET
+                  ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "the installed tool does not run: ${err}")
+  endif()
+endif()
+if(EXISTS ${prefix}/lib/libDataProcessMedia.so)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/lib/pkgconfig
+                          pkg-config --cflags --libs dataprocess-media RESULT_VARIABLE rc OUTPUT_QUIET)
+  if(NOT rc EQUAL 0 OR NOT EXISTS ${prefix}/include/DataProcess/DataProcessMedia.h)
+    message(FATAL_ERROR "the media component is not installed whole")
+  endif()
+endif()
+
+# The Python package, installed, imports and finds its library.
+file(GLOB _dp_python_dirs ${prefix}/lib/python3*/dist-packages)
+if(_dp_python_dirs AND PYTHON AND NOT EMULATOR)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env PYTHONPATH=${_dp_python_dirs} ${PYTHON} -c
+                          "import dataprocess; print(dataprocess.__version__)"
+                  RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "the installed Python package does not import: ${err}")
+  endif()
+endif()
+
 set(outside ${SOURCE_DIR}/examples/outside)
 
 # 1. pkg-config
