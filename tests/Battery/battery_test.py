@@ -299,6 +299,8 @@ def main():
               " (bash scripts/install-deps.sh probe installs them)")
         return 77
 
+    # The clips come from the project's media generator in scripts/.
+    sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "scripts"))
     import make_battery
     began = time.monotonic()
     clips = os.path.join(args.work, "clips")
