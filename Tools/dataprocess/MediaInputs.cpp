@@ -1,6 +1,7 @@
 #include "MediaInputs.h"
 
 #include <cstdio>
+#include <set>
 
 #include "HostFile.h"
 #include "ToolErrors.h"
@@ -71,7 +72,14 @@ bool ReadsThroughFfmpeg(const std::string& path, const char* plainExtension)
     return path != "-" && !ext.empty() && ext != plainExtension;
 }
 
-void Warn(const std::string& line) { std::fprintf(stderr, "warning: %s\n", line.c_str()); }
+void Warn(const std::string& line)
+{
+    // The video and the audio reader of one file may both find the same
+    // thing (a discontinuity of the whole file): one line says it.
+    static std::set<std::string> said;
+    if (said.insert(line).second)
+        std::fprintf(stderr, "warning: %s\n", line.c_str());
+}
 
 // A plain y4m or WAV file has one stream, number 0.
 static void CheckPlainStream(const std::string& path, int streamIndex, const char* option)

@@ -136,9 +136,14 @@ std::unique_ptr<MediaSink> OpenOutput(const std::string& path, FILE* dataOut, co
         return std::make_unique<Y4mSink>(path, dataOut, *video);
     if (wav)
         return std::make_unique<WavSink>(path, dataOut, *audio);
-    if (path == "-" || !ReadsThroughFfmpeg(path, "y4m") || !ReadsThroughFfmpeg(path, "wav"))
-        throw UsageError("-o: " + path + " holds one stream; write video and audio together into a container "
-                                         "such as .mp4 or .mkv");
+    if (path == "-" || !ReadsThroughFfmpeg(path, "y4m") || !ReadsThroughFfmpeg(path, "wav")) {
+        if (video && audio)
+            throw UsageError("-o: " + path + " holds one stream; write video and audio together into a container "
+                                             "such as .mp4 or .mkv");
+        throw UsageError("-o: " + path + (video ? " holds audio; the input has only video: write .y4m, .mp4 or .mkv"
+                                                : " holds video; the input has only audio: write .wav, .m4a or "
+                                                  ".flac"));
+    }
 #ifdef DP_HAVE_FFMPEG
     FfmpegOutputFormat f;
     if (video) {

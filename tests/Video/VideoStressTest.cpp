@@ -64,6 +64,15 @@ TEST(VideoStress, ReaderAgainstGeometrySettingsWatermarkAndCaptures)
                 vp.SetUserWatermarkImage(info, nullptr, &where, 70);
             else if (i % 3 == 1)
                 vp.SetUserWatermarkImage(nullptr, nullptr, nullptr, 0);
+            // The stage watermark too: placed by alignment, by rectangle
+            // (which prints a line, so seldom) and removed.
+            if (i % 4 == 0)
+                vp.SetWatermarkImageAlign(info, nullptr, i % 10, 60);
+            else if (i % 64 == 2) {
+                tagRECT rc{2, 2, 30, 20};
+                vp.SetWatermarkImage(info, nullptr, &rc, 50);
+            } else if (i % 4 == 3)
+                vp.SetWatermarkImageAlign(nullptr, nullptr, 0, 0);
             std::this_thread::yield();
         }
     });

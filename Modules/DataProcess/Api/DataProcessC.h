@@ -10,8 +10,11 @@
  *
  * Pointers returned by PCGetVideoFrame/PCGetNextAudioFrame belong to the
  * stage and stay valid until the next call on it; info records stay valid
- * for the stage's lifetime. No function takes a lock of its own; the video
- * stage's setters may be called from one thread while another reads frames.
+ * for the stage's lifetime. No function takes a lock of its own; every
+ * setter of the video stage (the picture settings, geometry, both
+ * watermarks, captures) may be called from one thread while another reads
+ * frames: the stage locks what they share. Audio stages are driven by one
+ * thread.
  *
  * The names PCSetVolum and PCSetVideoDeintelace are spelled so on purpose:
  * hosts bind to them by name.

@@ -16,10 +16,11 @@
 //
 // Threads: one thread may read frames while another calls the setters.
 // GetFrame, SetCropRect, SetRotation, ModifyInfo and CaptureImage take the
-// frame lock; GetFrame and SetUserWatermarkImage the overlay lock (always
-// frame lock first). The picture settings are plain stores that land with
-// the next frame. SetWatermarkImage and SetWatermarkImageAlign take no lock:
-// do not call them while another thread runs GetFrame.
+// frame lock; GetFrame and the three watermark setters (SetWatermarkImage,
+// SetWatermarkImageAlign, SetUserWatermarkImage) the overlay lock (always
+// frame lock first; the setters never hold both). The picture settings are
+// atomic stores that land with the next frame. Every setter may therefore
+// run while another thread reads frames.
 #ifndef DATAPROCESS_VIDEOPROCESS_H
 #define DATAPROCESS_VIDEOPROCESS_H
 
@@ -160,7 +161,8 @@ private:
     DP_VIDEO_INTERNAL void NewOutFrame(int width, int height) const;
     DP_VIDEO_INTERNAL void RetireOutFrame() const;
     DP_VIDEO_INTERNAL void ScaleIntoOutFrame(bool cropPath) const;
-    DP_VIDEO_INTERNAL void LoadStageWatermark(tagBITMAPINFO* lpbi, unsigned char* pBits, tagRECT* pRect, int nPercent);
+    DP_VIDEO_INTERNAL void LoadStageWatermark(tagBITMAPINFO* lpbi, unsigned char* pBits, tagRECT* pRect, int nPercent,
+                                              const int* pAlign = nullptr);
     DP_VIDEO_INTERNAL bool ExplicitOutputSize(int* width, int* height) const;
     DP_VIDEO_INTERNAL int Interpolation() const;
 

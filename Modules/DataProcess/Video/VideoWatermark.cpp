@@ -159,37 +159,48 @@ void VideoProcess::SetWatermarkImage(tagBITMAPINFO* lpbi, unsigned char* pBits, 
 
 void VideoProcess::SetWatermarkImageAlign(tagBITMAPINFO* lpbi, unsigned char* pBits, int nAlign, int nPercent)
 {
-    m_nWatermarkAlign = nAlign;
-    LoadStageWatermark(lpbi, pBits, nullptr, nPercent);
+    LoadStageWatermark(lpbi, pBits, nullptr, nPercent, &nAlign);
 }
 
-void VideoProcess::LoadStageWatermark(tagBITMAPINFO* lpbi, unsigned char* pBits, tagRECT* pRect, int nPercent)
+// The stage watermark is built outside the locks and swapped in under the
+// overlay lock, so a host may set it while another thread reads frames
+// (GetFrame draws it under the same lock). The output size is read under
+// the frame lock first, never with both held, as for the user watermark.
+void VideoProcess::LoadStageWatermark(tagBITMAPINFO* lpbi, unsigned char* pBits, tagRECT* pRect, int nPercent,
+                                      const int* pAlign)
 {
-    ReleaseYV12Frame(m_pWatermark);
-    m_pWatermark = nullptr;
-    delete m_pWatermarkRect;
-    m_pWatermarkRect = nullptr;
-    m_nWatermarkPercent = nPercent;
-
+    int outWidth, outHeight;
+    {
+        CSingleLock frame(&m_csFrame);
+        const VideoInfo* info = GetVideoInfo();
+        outWidth = info->nWidth;
+        outHeight = info->nHeight;
+    }
+    MEDIA_FRAME* made = nullptr;
+    tagRECT* rect = nullptr;
+    WatermarkPlanes planes;
     if (!lpbi) {
         PrintNoHeader();
-        return;
+    } else if (planes.Load(lpbi, pBits)) {
+        int dw = ClampToInt(int64_t(outWidth) * 4 / 5);
+        int dh = ClampToInt(int64_t(dw) * planes.Height() / planes.Width());
+        if (dh > outHeight)
+            dh = outHeight; // the width is not reduced again
+        if (pRect) {
+            rect = new tagRECT(*pRect);
+            dw = pRect->right - pRect->left;
+            dh = pRect->bottom - pRect->top;
+        }
+        made = MakeWatermarkFrame(planes, dw, dh);
     }
-    WatermarkPlanes planes;
-    if (!planes.Load(lpbi, pBits))
-        return;
-
-    const VideoInfo* info = GetVideoInfo();
-    int dw = ClampToInt(int64_t(info->nWidth) * 4 / 5);
-    int dh = ClampToInt(int64_t(dw) * planes.Height() / planes.Width());
-    if (dh > info->nHeight)
-        dh = info->nHeight; // the width is not reduced again
-    if (pRect) {
-        m_pWatermarkRect = new tagRECT(*pRect);
-        dw = pRect->right - pRect->left;
-        dh = pRect->bottom - pRect->top;
-    }
-    m_pWatermark = MakeWatermarkFrame(planes, dw, dh);
+    CSingleLock lock(&m_csImage);
+    if (pAlign)
+        m_nWatermarkAlign = *pAlign;
+    ReleaseYV12Frame(m_pWatermark);
+    m_pWatermark = made;
+    delete m_pWatermarkRect;
+    m_pWatermarkRect = rect;
+    m_nWatermarkPercent = nPercent;
 }
 
 void VideoProcess::SetUserWatermarkImage(tagBITMAPINFO* lpbi, unsigned char* pBits, tagFRECT* pRect, int nPercent)
