@@ -7,6 +7,7 @@
 
 #include "Commands.h"
 #include "CountingVideoSource.h"
+#include "FrameRange.h"
 #include "InclusiveStopSource.h"
 #include "MediaInputs.h"
 #include "MediaOutputs.h"
@@ -24,11 +25,14 @@ struct VideoCommandArgs {
     std::string input, output;
     VideoArgs video;
     EncodeArgs encode;
+    FrameRange range;
     bool quiet = false;
 };
 
 int RunVideoCommand(const VideoCommandArgs& a)
 {
+    if (a.range.end >= 0.0 && a.range.end <= a.range.start)
+        throw UsageError("--end: must come after --start");
     VideoSettings s = MakeVideoSettings(a.video);
     std::vector<NamedPath> inputs{{"input", a.input}}, outputs{{"-o", a.output}};
     AddVideoOptionFiles(a.video, s, &inputs, &outputs);
@@ -60,7 +64,20 @@ int RunVideoCommand(const VideoCommandArgs& a)
     std::unique_ptr<MediaSink> sink = OpenOutput(a.output, dataOut.get(), &fmt, nullptr, a.encode);
 
     Progress progress(a.quiet, "frames");
-    VideoRunStats st = RunVideo(stage.get(), counter, *sink, s.captures, progress, vi->nFrameCount);
+    VideoRunStats st;
+    if (a.range.Active()) {
+        const long long first = FirstGridFrameAt(a.range.start, fmt.rate);
+        const long long count =
+            a.range.end >= 0.0 ? FirstGridFrameAt(a.range.end, fmt.rate) - first : vi->nFrameCount - first;
+        if (EnterFrameRange(stage.get(), first)) {
+            VideoLoop loop(stage.get(), counter, *sink, s.captures);
+            while ((a.range.end < 0.0 || loop.FramesOut() < count) && loop.Step())
+                progress.Update(loop.FramesOut(), count > 0 ? count : 0);
+            st = loop.Finish(progress.ElapsedSeconds());
+        }
+    } else {
+        st = RunVideo(stage.get(), counter, *sink, s.captures, progress, vi->nFrameCount);
+    }
     progress.Finish();
     source.Finish();
     if (!sink->Commit())
@@ -88,6 +105,8 @@ void AddVideoCommand(CLI::App& app, Runner& run)
         ->required();
     AddVideoOptions(cmd, &args->video);
     AddEncodeOptions(cmd->add_option_group("Encoding", "for container outputs (.mp4, .mkv, ...)"), &args->encode, true, false);
+    AddFrameRangeOptions(cmd->add_option_group("Range", "a piece of the output, e.g. one of several workers' share"),
+                         &args->range);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
     cmd->footer("Examples:\n"
                 "  dataprocess video in.mp4 -o out.mp4 --size 1280x720 --rate 30\n"
@@ -96,6 +115,7 @@ void AddVideoCommand(CLI::App& app, Runner& run)
                 "  dataprocess video in.y4m -o out.y4m --brightness 10 --saturation -20 --filter old-photo\n"
                 "  dataprocess video in.y4m -o out.y4m --watermark logo.bmp --watermark-align 3 --watermark-opacity 60\n"
                 "  dataprocess video in.y4m -o out.y4m --capture 2.5:shot.jpg --capture 5:shot.bmp\n"
+                "  dataprocess video in.mp4 -o part2.mkv --codec ffv1 --rate 30 --start 10 --end 20\n"
                 "  ffmpeg -i in.mp4 -f yuv4mpegpipe - | dataprocess video - -o - --size 640x360 | ffmpeg -i - out.mp4");
     cmd->callback([args, &run] { run = [args] { return RunVideoCommand(*args); }; });
 }
