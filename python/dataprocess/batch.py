@@ -190,19 +190,25 @@ def _die_with_parent() -> None:
         pass
 
 
-def _run(cmd: List[str], what: str) -> None:
-    proc = subprocess.run(cmd, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+def _run(cmd: List[str], what: str, threads: int = 0) -> None:
+    env = dict(os.environ, DP_THREADS=str(threads)) if threads else None
+    proc = subprocess.run(cmd, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env,
                           preexec_fn=_die_with_parent if sys.platform.startswith("linux") else None)
     if proc.returncode != 0:
         lines = [ln for ln in proc.stderr.decode("utf-8", "replace").splitlines() if ln.strip()]
         message = lines[-1] if lines else f"exit status {proc.returncode}"
+        if message.startswith("dataprocess: "):
+            message = message[len("dataprocess: "):]
         if proc.returncode < 0:
             message = f"{what}: killed by signal {-proc.returncode}"
         raise (ToolUsageError if proc.returncode == 2 else ToolError)(message)
 
 
 def _fingerprint(src: str, args: Sequence[str], segment: Optional[float]) -> str:
-    st = os.stat(src)  # an unreadable or missing input fails here, with the system's reason
+    try:
+        st = os.stat(src)
+    except OSError as e:
+        raise ToolError(f"{src}: {e.strerror or e}") from None
     key = json.dumps([os.path.realpath(src), st.st_size, st.st_mtime_ns, list(args), segment])
     return hashlib.sha1(key.encode()).hexdigest()[:16]
 
@@ -250,14 +256,14 @@ def _prepare_out_dir(out_dir: str) -> str:
     return os.path.abspath(out_dir)
 
 
-def _convert_file(tool: Optional[str], src: str, dst: str, args: List[str]) -> Tuple[str, float]:
+def _convert_file(tool: Optional[str], src: str, dst: str, args: List[str], threads: int) -> Tuple[str, float]:
     """One whole file: `dataprocess convert`. Returns (status, seconds)."""
     fp = _fingerprint(src, args, None)
     if _complete(dst, fp):
         return "skipped", 0.0
     start = time.monotonic()
     _remove_stale_temps(dst)
-    _run([tool or find_tool(), "convert", src, "-o", dst, "-q"] + args, src)
+    _run([tool or find_tool(), "convert", src, "-o", dst, "-q"] + args, src, threads)
     _mark(dst, fp)
     return "done", time.monotonic() - start
 
@@ -273,7 +279,8 @@ def _probe(src: str, dst: str, args: List[str], segment: float) -> Dict[str, Any
                            "-of", "json", src], stdin=subprocess.DEVNULL, capture_output=True)
     if proc.returncode != 0:
         lines = proc.stderr.decode("utf-8", "replace").strip().splitlines()
-        raise ToolError(f"{src}: {lines[-1] if lines else 'cannot be read'}")
+        line = lines[-1] if lines else "cannot be read"
+        raise ToolError(line if line.startswith(src) else f"{src}: {line}")
     data = json.loads(proc.stdout or b"{}")
     durations = []
     for s in data.get("streams", []):
@@ -292,12 +299,12 @@ def _work_dir(dst: str, fp: str) -> str:
     return d
 
 
-def _convert_piece(tool: Optional[str], src: str, piece: str, command: str, args: List[str]) -> str:
+def _convert_piece(tool: Optional[str], src: str, piece: str, command: str, args: List[str], threads: int) -> str:
     """One piece of a divided file (a time range of the video, or the whole audio); idempotent: a piece that
     is there is complete (the tool renames it into place when done)."""
     if not os.path.isfile(piece):
         _remove_stale_temps(piece)
-        _run([tool or find_tool(), command, src, "-o", piece, "-q"] + args, src)
+        _run([tool or find_tool(), command, src, "-o", piece, "-q"] + args, src, threads)
     return piece
 
 
@@ -408,7 +415,7 @@ class _Progress:
 
 def convert_many(inputs: Sequence[str], out_dir: str, client=None, *, segment: Optional[float] = None,
                  extension: Optional[str] = None, scheduler: Optional[str] = None, workers: Optional[int] = None,
-                 connect_timeout: float = DEFAULT_CONNECT_TIMEOUT, tool: Optional[str] = None,
+                 connect_timeout: float = DEFAULT_CONNECT_TIMEOUT, tool: Optional[str] = None, threads: int = 1,
                  tool_args: Sequence[str] = (), quiet: bool = True, **options) -> List[FileResult]:
     """Converts every input (files, or folders of media files) into `out_dir` as ``dataprocess convert`` does,
     one Dask task per file (or per segment with ``segment=SECONDS``).
@@ -417,7 +424,8 @@ def convert_many(inputs: Sequence[str], out_dir: str, client=None, *, segment: O
     cluster (BatchError after ``connect_timeout`` seconds when it does not answer); else a local cluster of
     ``workers`` single-threaded worker processes (default: one per core) is started and closed again.
     ``options`` are the tool's options as keywords (see tool_arguments), ``tool_args`` the same as strings.
-    ``extension`` chooses the container (default .mkv with ``codec="ffv1"``, else .mp4).
+    ``extension`` chooses the container (default .mkv with ``codec="ffv1"``, else .mp4). ``threads``: FFmpeg
+    threads of each conversion (1: one core per worker, as the workers are; 0: as many as the machine has).
 
     Returns one FileResult per input, in input order; a file that fails is reported there (and on standard
     error unless quiet) while the others go on. Raises BatchError for failures of the whole batch.
@@ -445,14 +453,15 @@ def convert_many(inputs: Sequence[str], out_dir: str, client=None, *, segment: O
     try:
         out_abs = client.submit(_prepare_out_dir, out_dir, pure=False).result()
         outputs = [os.path.join(out_abs, os.path.basename(o)) for o in outputs]
-        return _run_batch(client, as_completed, files, outputs, args, segment, tool, _Progress(len(files), quiet))
+        return _run_batch(client, as_completed, files, outputs, args, segment, tool, threads,
+                          _Progress(len(files), quiet))
     finally:
         if own_cluster is not None:
             client.close()
             own_cluster.close()
 
 
-def _run_batch(client, as_completed, files, outputs, args, segment, tool, progress) -> List[FileResult]:
+def _run_batch(client, as_completed, files, outputs, args, segment, tool, threads, progress) -> List[FileResult]:
     results = [FileResult(f, o, "failed") for f, o in zip(files, outputs)]
     started = {}
     finals = {}   # future -> index of its file
@@ -478,7 +487,7 @@ def _run_batch(client, as_completed, files, outputs, args, segment, tool, progre
                 continue
             started[i] = time.monotonic()
             if not info["video"]:
-                finals[client.submit(_convert_file, tool, files[i], outputs[i], args, pure=False)] = i
+                finals[client.submit(_convert_file, tool, files[i], outputs[i], args, threads, pure=False)] = i
                 continue
             work = _work_dir_remote(client, outputs[i], info["fp"])
             count = max(1, math.ceil(info["duration"] / segment - 1e-6))
@@ -488,7 +497,7 @@ def _run_batch(client, as_completed, files, outputs, args, segment, tool, progre
                 rng = ["--start", f"{k * segment:.6f}"] + (["--end", f"{(k + 1) * segment:.6f}"]
                                                            if k + 1 < count else [])
                 piece = os.path.join(work, f"video{k:05d}{vext}")
-                f = client.submit(_convert_piece, tool, files[i], piece, "video", video_args + rng,
+                f = client.submit(_convert_piece, tool, files[i], piece, "video", video_args + rng, threads,
                                   key=f"dp-video-{info['fp']}-{k}")
                 pieces[f] = f"{os.path.basename(files[i])} {k * segment:g} s - " + \
                     (f"{(k + 1) * segment:g} s" if k + 1 < count else "end")
@@ -496,7 +505,7 @@ def _run_batch(client, as_completed, files, outputs, args, segment, tool, progre
             audio_future = None
             if info["audio"]:
                 audio_future = client.submit(_convert_piece, tool, files[i], os.path.join(work, "audio" + audio_ext),
-                                             "audio", audio_args, key=f"dp-audio-{info['fp']}")
+                                             "audio", audio_args, threads, key=f"dp-audio-{info['fp']}")
                 pieces[audio_future] = f"{os.path.basename(files[i])} audio"
             join = client.submit(_join, seg_futures, audio_future, outputs[i], info["fp"], work,
                                  key=f"dp-join-{info['fp']}")
@@ -505,7 +514,7 @@ def _run_batch(client, as_completed, files, outputs, args, segment, tool, progre
     else:
         for i, (f, o) in enumerate(zip(files, outputs)):
             started[i] = time.monotonic()
-            finals[client.submit(_convert_file, tool, f, o, args, pure=False)] = i
+            finals[client.submit(_convert_file, tool, f, o, args, threads, pure=False)] = i
 
     usage_error = None
     pending = as_completed(list(finals) + list(pieces))
@@ -540,7 +549,7 @@ def _work_dir_remote(client, dst: str, fp: str) -> str:
 # ---- command line ----
 
 _BATCH_OPTIONS = {"--out-dir": True, "--scheduler": True, "--workers": True, "--connect-timeout": True,
-                  "--segment": True, "--ext": True, "-q": False, "--quiet": False, "-h": False, "--help": False}
+                  "--segment": True, "--ext": True, "--threads": True, "-q": False, "--quiet": False, "-h": False, "--help": False}
 
 
 def _split_command_line(argv: List[str]) -> Tuple[List[str], List[str]]:
@@ -583,13 +592,16 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
                         help=f"how long to wait for --scheduler (default {DEFAULT_CONNECT_TIMEOUT:g})")
     parser.add_argument("--segment", type=float, metavar="SECONDS",
                         help="divide each file into pieces of this length, convert them side by side, join them")
+    parser.add_argument("--threads", type=int, default=1, metavar="N",
+                        help="decoder/encoder threads of each conversion (default 1: a worker is one core; "
+                             "0: as many as the machine has)")
     parser.add_argument("--ext", metavar=".EXT", help="output container (default .mkv with --codec ffv1, else .mp4)")
     parser.add_argument("-q", "--quiet", action="store_true", help="report failures only")
     own, tool_args = _split_command_line(list(sys.argv[1:] if argv is None else argv))
     ns = parser.parse_args(own)
     try:
         results = convert_many(ns.inputs, ns.out_dir, segment=ns.segment, extension=ns.ext, scheduler=ns.scheduler,
-                               workers=ns.workers, connect_timeout=ns.connect_timeout, tool_args=tool_args,
+                               workers=ns.workers, connect_timeout=ns.connect_timeout, threads=ns.threads, tool_args=tool_args,
                                quiet=ns.quiet)
     except BatchError as e:
         print(f"dataprocess.batch: {e}", file=sys.stderr)
