@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build test test-levels demo asan tsan fuzz bench clean
+.PHONY: all deps configure build test test-levels demo asan tsan fuzz bench bench-batch clean
 
 all: build
 
@@ -74,6 +74,10 @@ bench:
 	@cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DDP_BUILD_BENCHMARKS=ON -DDP_BUILD_TESTS=OFF >/dev/null
 	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark
 	@build-bench/benchmarks/PeerBenchmark $(BENCH_ARGS)
+
+# The batch layer: Dask workers against one process (8 files, one long file in segments).
+bench-batch: build
+	@DP_TOOL=$(BUILD_DIR)/Tools/dataprocess/dataprocess /usr/bin/python3 benchmarks/batch_bench.py $(BENCH_ARGS)
 
 clean:
 	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench

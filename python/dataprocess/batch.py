@@ -47,6 +47,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 from typing import Any, Dict, Iterable, List, Optional, Sequence, Tuple
 
@@ -384,8 +385,11 @@ def _connect(scheduler: Optional[str], workers: Optional[int], timeout: float):
             raise BatchError(f"no Dask scheduler answers at {scheduler} (waited {timeout:g} s: "
                              f"{type(e).__name__})") from None
     n = workers or (len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count() or 1)
+    # A folder of its own for the workers' scratch space, removed with the cluster.
+    scratch = tempfile.mkdtemp(prefix="dataprocess-dask-")
     cluster = LocalCluster(n_workers=n, threads_per_worker=1, processes=True, dashboard_address=None,
-                           silence_logs=logging.ERROR)
+                           silence_logs=logging.ERROR, local_directory=scratch)
+    cluster.dataprocess_scratch = scratch
     return Client(cluster), cluster
 
 
@@ -459,6 +463,7 @@ def convert_many(inputs: Sequence[str], out_dir: str, client=None, *, segment: O
         if own_cluster is not None:
             client.close()
             own_cluster.close()
+            shutil.rmtree(own_cluster.dataprocess_scratch, ignore_errors=True)
 
 
 def _run_batch(client, as_completed, files, outputs, args, segment, tool, threads, progress) -> List[FileResult]:

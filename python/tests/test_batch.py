@@ -183,7 +183,8 @@ def test_separate_scheduler_and_workers_survive_a_killed_worker(tmp_path, tool):
     try:
         for _ in range(2):
             procs.append(subprocess.Popen([DASK, "worker", "--scheduler-file", str(info),
-                                           "--host", "127.0.0.1", "--nthreads", "1", "--no-nanny", "--no-dashboard"],
+                                           "--host", "127.0.0.1", "--nthreads", "1", "--no-nanny", "--no-dashboard",
+                                           "--local-directory", str(tmp_path / "scratch")],
                                           env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
         deadline = time.monotonic() + 60
         while not info.exists() and time.monotonic() < deadline:
