@@ -31,6 +31,17 @@ if(EXISTS ${prefix}/lib/libDataProcessMedia.so)
   endif()
 endif()
 
+# The Python package, installed, imports and finds its library.
+file(GLOB _dp_python_dirs ${prefix}/lib/python3*/dist-packages)
+if(_dp_python_dirs AND PYTHON)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env PYTHONPATH=${_dp_python_dirs} ${PYTHON} -c
+                          "import dataprocess; print(dataprocess.__version__)"
+                  RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "the installed Python package does not import: ${err}")
+  endif()
+endif()
+
 set(outside ${SOURCE_DIR}/examples/outside)
 
 # 1. pkg-config
