@@ -77,7 +77,7 @@ bench:
 
 # The batch layer: Dask workers against one process (8 files, one long file in segments).
 bench-batch: build
-	@DP_TOOL=$(BUILD_DIR)/Tools/dataprocess/dataprocess /usr/bin/python3 benchmarks/batch_bench.py $(BENCH_ARGS)
+	@DP_TOOL=$(BUILD_DIR)/Tools/dataprocess/dataprocess PYTHONPATH=$(BUILD_DIR)/python /usr/bin/python3 benchmarks/batch_bench.py $(BENCH_ARGS)
 
 clean:
 	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench

@@ -8,7 +8,7 @@ ffmpeg program (a test pattern and a tone, x264 with a keyframe every 2 s) and k
 
     /usr/bin/python3 benchmarks/batch_bench.py [--workers 2] [--work build-bench/batch]
 
-The tool comes from $DP_TOOL or the build tree; the package from python/ (or PYTHONPATH).
+The tool comes from $DP_TOOL or the build tree, the package from PYTHONPATH or the build tree (build/python).
 """
 
 import argparse
@@ -18,7 +18,8 @@ import sys
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path.insert(0, os.path.join(HERE, "..", "python"))
+if not os.environ.get("PYTHONPATH"):
+    sys.path.insert(0, os.path.join(HERE, "..", "build", "python"))
 
 from dataprocess import batch  # noqa: E402
 
