@@ -82,7 +82,7 @@ def main():
     tool = batch.find_tool()
     os.makedirs(args.work, exist_ok=True)
     inputs = [make_input(os.path.join(args.work, f"in{i}.mp4"), 10) for i in range(args.files)]
-    long_input = make_input(os.path.join(args.work, "long.mp4"), args.long_seconds)
+    long_input = make_input(os.path.join(args.work, f"long{args.long_seconds}.mp4"), args.long_seconds)
     version = subprocess.run([tool, "--version"], capture_output=True, text=True).stdout.strip()
     cpu = next((ln.split(":", 1)[1].strip() for ln in open("/proc/cpuinfo") if ln.startswith("model name")), "?")
     print(f"{version}; CPU {cpu}, {len(os.sched_getaffinity(0))} cores; load before: {os.getloadavg()[0]:.2f}")
@@ -108,8 +108,8 @@ def main():
     finally:
         client.close()
         cluster.close()
-    a = frames(os.path.join(out, "long-single", "long.mp4"))
-    b = frames(os.path.join(out, "long-workers", "long.mp4"))
+    a = frames(os.path.join(out, "long-single", os.path.basename(long_input)))
+    b = frames(os.path.join(out, "long-workers", os.path.basename(long_input)))
     print(f"load after: {os.getloadavg()[0]:.2f}; local cluster start-up {startup:.1f} s (not in the times); "
           f"long file frames: one process {a}, segments joined {b}")
     print(f"| work | 1 process, 1 thread | {args.workers} workers, 1 thread each | speed-up | "

@@ -105,9 +105,9 @@ def find_tool() -> str:
         raise ToolError(f"DP_TOOL={env}: not an executable program")
     here = os.path.dirname(os.path.abspath(__file__))
     candidates = [os.path.join(here, "dataprocess"),
-                  os.path.join(here, "..", "..", "Tools", "dataprocess", "dataprocess"),          # build/python/...
-                  os.path.join(here, "..", "..", "build", "Tools", "dataprocess", "dataprocess"),  # source tree
-                  os.path.join(here, "..", "..", "..", "..", "bin", "dataprocess")]               # PREFIX/lib/python3/...
+                  os.path.join(here, "..", "..", "Tools", "dataprocess", "dataprocess"),  # build/python/dataprocess
+                  os.path.join(here, "..", "..", "build", "Tools", "dataprocess", "dataprocess"),  # the sources
+                  os.path.join(here, "..", "..", "..", "..", "bin", "dataprocess")]  # PREFIX/lib/python3.X/...
     for c in candidates:
         if os.path.isfile(c) and os.access(c, os.X_OK):
             return os.path.normpath(c)
@@ -554,7 +554,8 @@ def _work_dir_remote(client, dst: str, fp: str) -> str:
 # ---- command line ----
 
 _BATCH_OPTIONS = {"--out-dir": True, "--scheduler": True, "--workers": True, "--connect-timeout": True,
-                  "--segment": True, "--ext": True, "--threads": True, "-q": False, "--quiet": False, "-h": False, "--help": False}
+                  "--segment": True, "--ext": True, "--threads": True,
+                  "-q": False, "--quiet": False, "-h": False, "--help": False}
 
 
 def _split_command_line(argv: List[str]) -> Tuple[List[str], List[str]]:
@@ -606,8 +607,8 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     ns = parser.parse_args(own)
     try:
         results = convert_many(ns.inputs, ns.out_dir, segment=ns.segment, extension=ns.ext, scheduler=ns.scheduler,
-                               workers=ns.workers, connect_timeout=ns.connect_timeout, threads=ns.threads, tool_args=tool_args,
-                               quiet=ns.quiet)
+                               workers=ns.workers, connect_timeout=ns.connect_timeout, threads=ns.threads,
+                               tool_args=tool_args, quiet=ns.quiet)
     except BatchError as e:
         print(f"dataprocess.batch: {e}", file=sys.stderr)
         return 2
