@@ -69,12 +69,17 @@ int RunVideoCommand(const VideoCommandArgs& a)
         const long long first = FirstGridFrameAt(a.range.start, fmt.rate);
         const long long count =
             a.range.end >= 0.0 ? FirstGridFrameAt(a.range.end, fmt.rate) - first : vi->nFrameCount - first;
-        if (EnterFrameRange(stage.get(), first)) {
-            VideoLoop loop(stage.get(), counter, *sink, s.captures);
-            while ((a.range.end < 0.0 || loop.FramesOut() < count) && loop.Step())
-                progress.Update(loop.FramesOut(), count > 0 ? count : 0);
-            st = loop.Finish(progress.ElapsedSeconds());
-        }
+        char rate[32], at[32];
+        std::snprintf(rate, sizeof(rate), "%g", fmt.rate);
+        std::snprintf(at, sizeof(at), "%g", a.range.start);
+        if (a.range.end >= 0.0 && count <= 0)
+            throw UsageError(std::string("--start/--end: no frame of the ") + rate + " fps output lies in the range");
+        if (!EnterFrameRange(stage.get(), first))
+            throw ProcessingError(a.input + ": no frames in the range (the video ends before " + at + " s)");
+        VideoLoop loop(stage.get(), counter, *sink, s.captures);
+        while ((a.range.end < 0.0 || loop.FramesOut() < count) && loop.Step())
+            progress.Update(loop.FramesOut(), count > 0 ? count : 0);
+        st = loop.Finish(progress.ElapsedSeconds());
     } else {
         st = RunVideo(stage.get(), counter, *sink, s.captures, progress, vi->nFrameCount);
     }

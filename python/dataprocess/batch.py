@@ -300,12 +300,18 @@ def _work_dir(dst: str, fp: str) -> str:
     return d
 
 
-def _convert_piece(tool: Optional[str], src: str, piece: str, command: str, args: List[str], threads: int) -> str:
+def _convert_piece(tool: Optional[str], src: str, piece: str, command: str, args: List[str],
+                   threads: int) -> Optional[str]:
     """One piece of a divided file (a time range of the video, or the whole audio); idempotent: a piece that
     is there is complete (the tool renames it into place when done)."""
     if not os.path.isfile(piece):
         _remove_stale_temps(piece)
-        _run([tool or find_tool(), command, src, "-o", piece, "-q"] + args, src, threads)
+        try:
+            _run([tool or find_tool(), command, src, "-o", piece, "-q"] + args, src, threads)
+        except ToolError as e:
+            if "no frames in the range" in str(e):
+                return None  # the container said the file lasts longer than its video does
+            raise
     return piece
 
 
@@ -323,7 +329,7 @@ def _join(video_pieces: List[str], audio_piece: Optional[str], dst: str, fp: str
     each piece's duration is given as the distance from its start to the next one's: the shift is then zero
     and every packet keeps its stamp."""
     start = time.monotonic()
-    starts = [(p, _start_time(p)) for p in video_pieces]
+    starts = [(p, _start_time(p)) for p in video_pieces if p]
     starts = [(p, s) for p, s in starts if s is not None]  # a piece past the video's end has no frames
     lines = ["ffconcat version 1.0"]
     for i, (piece, s) in enumerate(starts):

@@ -103,6 +103,10 @@ TEST(ToolCommands, BadInputs)
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--crop", "1,2"}, 2, "--crop"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--rotate", "45"}, 2, "--rotate"},
         {{"video", "@/in.y4m", "-o", "@/out.y4m", "--rate", "500"}, 2, "--rate"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--start", "-1"}, 2, "--start"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--start", "0.5", "--end", "0.5"}, 2, "--end"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--start", "0.01", "--end", "0.02"}, 2, "no frame of the"},
+        {{"video", "@/in.y4m", "-o", "@/out.y4m", "--start", "1000"}, 1, "video ends before 1000 s"},
         {{"audio", "@/in.wav", "-o", "@/out.wav", "--channels", "3"}, 2, "--channels"},
         {{"audio", "@/in.wav", "-o", "@/out.wav", "--fade-in", "0"}, 2, "--fade-in"},
         // Missing arguments.
