@@ -329,6 +329,9 @@ def _join(video_pieces: List[str], audio_piece: Optional[str], dst: str, fp: str
     each piece's duration is given as the distance from its start to the next one's: the shift is then zero
     and every packet keeps its stamp."""
     start = time.monotonic()
+    d, base = os.path.split(dst)
+    for stale in glob.glob(os.path.join(glob.escape(d), "." + glob.escape(base) + ".*-join.part*")):
+        os.remove(stale)  # from a join whose worker was lost
     starts = [(p, _start_time(p)) for p in video_pieces if p]
     starts = [(p, s) for p, s in starts if s is not None]  # a piece past the video's end has no frames
     lines = ["ffconcat version 1.0"]
@@ -348,7 +351,6 @@ def _join(video_pieces: List[str], audio_piece: Optional[str], dst: str, fp: str
         cmd += ["-map", "0:v"]
     if audio_piece:
         cmd += ["-map", f"{1 if starts else 0}:a"]
-    d, base = os.path.split(dst)
     temp = os.path.join(d, f".{base}.{os.getpid()}-join.part{os.path.splitext(dst)[1]}")
     cmd += ["-c", "copy", "-copyts", "-map_metadata", "-1", temp]
     try:
