@@ -174,7 +174,7 @@ def test_convert_options_split_into_video_and_audio_commands():
 def test_separate_scheduler_and_workers_survive_a_killed_worker(tmp_path, tool):
     """`dask scheduler` and two `dask worker` processes on loopback, standing in for machines; one worker is
     killed while it converts: every file still comes out once and complete."""
-    clips = [make_clip(tmp_path / f"c{i}.mp4", 3, size="320x240") for i in range(6)]
+    clips = [make_clip(tmp_path / f"c{i}.mp4", 4, size="320x240") for i in range(6)]
     env = dict(os.environ, DP_TOOL=tool, PYTHONPATH=os.pathsep.join(sys.path))
     info = tmp_path / "scheduler.json"
     procs = [subprocess.Popen([DASK, "scheduler", "--host", "127.0.0.1", "--port", "0",
@@ -202,17 +202,18 @@ def test_separate_scheduler_and_workers_survive_a_killed_worker(tmp_path, tool):
             victim = busy[0] if busy else None
             time.sleep(0.1)
         assert victim, "no worker became busy"
-        time.sleep(0.3)  # well into a conversion
+        time.sleep(0.2)  # into a conversion
         os.kill(pids[victim], signal.SIGKILL)
         runner.join(timeout=240)
         assert not runner.is_alive()
         assert list(client.scheduler_info()["workers"]) != [] and victim not in client.scheduler_info()["workers"]
         client.close()
-        assert [r.status for r in results] == ["done"] * 6
+        # "skipped" when the killed worker had finished the file but not reported it: the rerun found it complete.
+        assert len(results) == 6 and {r.status for r in results} <= {"done", "skipped"}
         out = tmp_path / "out"
         assert sorted(os.listdir(out)) == sorted([batch.STATE_DIR] + [f"c{i}.mkv" for i in range(6)])
         for i in range(6):
-            assert len(video_frames(out / f"c{i}.mkv")) == 90
+            assert len(video_frames(out / f"c{i}.mkv")) == 120
         assert not leftovers(out)
     finally:
         for p in reversed(procs):
