@@ -40,9 +40,10 @@ asan: deps
 	@ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build-asan --output-on-failure -j $(JOBS)
 
 # The thread sanitizer over the whole suite (the concurrency tests and the
-# stage stress test among it).
+# stage stress test among it); built without FFmpeg and libsoxr, which also
+# proves the library's build that needs only the C and C++ runtimes.
 tsan: deps
-	@cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_SANITIZE_THREAD=ON -DDP_BUILD_TOOLS=OFF -DDP_BUILD_EXAMPLES=OFF -DDP_WITH_FFMPEG=OFF >/dev/null
+	@cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDP_SANITIZE_THREAD=ON -DDP_BUILD_TOOLS=OFF -DDP_BUILD_EXAMPLES=OFF -DDP_WITH_FFMPEG=OFF -DDP_WITH_SOXR=OFF >/dev/null
 	@cmake --build build-tsan -j $(JOBS)
 	@TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" ctest --test-dir build-tsan --output-on-failure -j $(JOBS) -E "DeathTest|InstalledPackage|ExportedSymbols"
 
@@ -68,12 +69,18 @@ fuzz:
 	done
 
 # The peer benchmark: this library against libyuv, swscale, swresample and
-# TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG").
+# TurboJPEG in one process (BENCH_ARGS, e.g. "--level all" or "--filter JPEG"),
+# then the job cases: the tool against the ffmpeg program (JOB_ARGS, e.g.
+# "--seconds 5 --runs 1"; JOB_ARGS=skip leaves them out), and the Python
+# package against PyAV.
+JOB_ARGS ?=
 bench:
 	@bash scripts/install-deps.sh bench
 	@cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DDP_BUILD_BENCHMARKS=ON -DDP_BUILD_TESTS=OFF >/dev/null
-	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark
+	@cmake --build build-bench -j $(JOBS) --target PeerBenchmark dataprocess _dataprocess
 	@build-bench/benchmarks/PeerBenchmark $(BENCH_ARGS)
+	@if [ "$(JOB_ARGS)" != skip ]; then /usr/bin/python3 benchmarks/jobs.py build-bench/Tools/dataprocess/dataprocess $(JOB_ARGS); fi
+	@PYTHONPATH=build-bench/python /usr/bin/python3 benchmarks/python/pyav_bench.py --dir build-bench
 
 # The batch layer: Dask workers against one process (8 files, one long file in segments).
 bench-batch: build

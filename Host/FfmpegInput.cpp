@@ -223,6 +223,11 @@ bool FfmpegInput::Next(AVFrame* frame)
         }
         readErrors = 0;
         if (m_packet->stream_index == m_index) {
+            if (m_wanted)
+                m_codec->skip_frame = m_packet->pts == AV_NOPTS_VALUE ||
+                                              m_wanted(ToUnits(m_packet->pts), LengthToUnits(m_packet->duration))
+                                          ? AVDISCARD_DEFAULT
+                                          : AVDISCARD_NONREF;
             err = avcodec_send_packet(m_codec, m_packet);
             if (err < 0 && err != AVERROR(EAGAIN))
                 ++m_damaged;

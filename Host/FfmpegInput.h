@@ -21,6 +21,7 @@
 #define DATAPROCESS_HOST_FFMPEGINPUT_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 struct AVFormatContext;
@@ -70,6 +71,14 @@ public:
     // and empties the decoder. False when the container cannot seek.
     bool SeekBefore(int64_t units);
 
+    // Optional: tells from a packet's presentation time and length (100 ns
+    // units from the origin) whether its picture is wanted. A packet whose
+    // picture is not wanted is decoded only when other pictures refer to it
+    // (FFmpeg's AVDISCARD_NONREF), so its picture may never come out of
+    // Next. Unset (the default), everything is decoded.
+    using PacketFilter = std::function<bool(int64_t start, int64_t length)>;
+    void SetPacketFilter(PacketFilter wanted) { m_wanted = std::move(wanted); }
+
     AVStream* Stream() const { return m_stream; }
     AVCodecContext* Codec() const { return m_codec; }
     AVFormatContext* Format() const { return m_format; }
@@ -111,6 +120,7 @@ private:
     bool m_draining = false;
     bool m_noStream = false;
     long long m_damaged = 0;
+    PacketFilter m_wanted;
     int64_t m_shift = 0; // added to every stamp since the last discontinuity
     long long m_discontinuities = 0;
     std::string m_name;

@@ -61,6 +61,10 @@ public:
     int GetFrameOffset() const override;
     int Forward(int count) override;
 
+    // Pictures a reader will not show need not be decoded (see
+    // FfmpegInput::SetPacketFilter); they then never become current.
+    void SetPacketFilter(FfmpegInput::PacketFilter wanted) { m_in.SetPacketFilter(std::move(wanted)); }
+
     // The same as Open, with a UTF-8 path; `streamIndex` >= 0 chooses the
     // index-th video stream (0 the first) instead of the best. Returns a
     // HostFileError.

@@ -12,6 +12,7 @@ extern "C" {
 }
 
 #include "BenchHarness.h"
+#include "ResamplerQuality.h"
 #include "SyntheticAudioSource.h"
 
 namespace {
@@ -74,6 +75,13 @@ void AddAudioCases(std::vector<BenchCase>& cases)
                      {{"swresample filter_size=2", [] { ThroughSwr(swr2, stereo, 2, out, 2); }},
                       {"swresample defaults", [] { ThroughSwr(swrDefault, stereo, 2, out, 2); }}},
                      "goal <= 0.5x swresample's fastest setting"});
+    static CAudioConverter upHq(2, 2, 44100, 48000, 0);
+    if (upHq.SetResampler(AUDIO_RESAMPLER_HQ))
+        cases.push_back({"10 s 44.1 kHz stereo -> 48 kHz, hq mode (libsoxr), calls of 1024 frames",
+                         [] { ThroughConverter(upHq, stereo, 2, out); },
+                         {{"swresample defaults", [] { ThroughSwr(swrDefault, stereo, 2, out, 2); }}},
+                         "goal <= 1.0x swresample defaults. What the modes do to tones:",
+                         ResamplerQualityTable});
     cases.push_back({"10 s 48 kHz 5.1 -> stereo, calls of 1024 frames",
                      [] { ThroughConverter(down, surround, 6, out); },
                      {{"swresample downmix", [] { ThroughSwr(swrMix, surround, 6, out, 2); }}},

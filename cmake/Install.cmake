@@ -21,6 +21,12 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/DataProcessConfigVersion.cm
 install(FILES ${CMAKE_BINARY_DIR}/DataProcessConfig.cmake ${CMAKE_BINARY_DIR}/DataProcessConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/DataProcess)
 
+# With the high-quality resampler the library links libsoxr: declared for
+# static linking and for tools that read the dependency list.
+set(DP_PC_REQUIRES_PRIVATE "")
+if(DP_HAVE_SOXR)
+  set(DP_PC_REQUIRES_PRIVATE "Requires.private: soxr")
+endif()
 # The .pc file finds its prefix relative to itself, so the package works
 # wherever `cmake --install --prefix` puts it.
 file(RELATIVE_PATH DP_PC_UP /x/${CMAKE_INSTALL_LIBDIR}/pkgconfig /x)

@@ -3,23 +3,24 @@
 # missing. Quiet; safe to run again.
 #
 #   scripts/install-deps.sh            build, tests, tool and demo
-#   scripts/install-deps.sh bench      + the peer libraries the benchmark compares with
+#   scripts/install-deps.sh bench      + the peer libraries (and the sox program) the benchmark compares with
 #   scripts/install-deps.sh fuzz       + clang and libFuzzer for the fuzz targets
 #   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs, to look at what the tool wrote
 #
 # The library itself needs only the C and C++ runtimes; Highway (SIMD
-# kernels) is optional and used when found. FFmpeg's libraries serve the
+# kernels) and libsoxr (the audio stages' high-quality resampler) are
+# optional and used when found. FFmpeg's libraries serve the
 # host-side decoders and encoders of the tool, never the library.
 set -euo pipefail
 
 packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libcli11-dev libjpeg62-turbo-dev libturbojpeg0-dev
           python3-dev python3-numpy python3-pytest python3-setuptools pybind11-dev
-          libhwy-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
+          libhwy-dev libsoxr-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
 # The batch layer (python3 -m dataprocess.batch): Dask, and the ffmpeg program that joins segments.
 packages+=(python3-dask python3-distributed ffmpeg)
 for group in "$@"; do
   case "$group" in
-    bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev python3-av) ;;
+    bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev sox ffmpeg python3-av) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
     probe) packages+=(ffmpeg) ;;
     *) echo "install-deps.sh: unknown group '$group' (bench, fuzz, probe)" >&2; exit 2 ;;

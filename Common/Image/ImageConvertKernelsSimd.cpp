@@ -135,6 +135,215 @@ void I420ToRgbRow2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const
     }
 }
 
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+// ---- planes to bitmap in 16-bit lanes (256-bit vectors) ----
+//
+// Per channel the reference computes floor((9536 y + c) / 2^13), clamped to
+// 0..255, with c the block's chroma term. As 9536 = 8192 + 64 * 21,
+//   floor((9536 y + c) / 2^13) = y + floor((21 y + floor(c / 64)) / 128)
+// (nested floor divisions), and floor(c / 64) comes from splitting each
+// coefficient and constant of c as 64 q + r:
+//   rv / 64: 204 v - 28532 + ((18 v - 47) >> 6)                 within -28533 .. 23559
+//   gv / 64: -50 u - 104 v + 17342 + ((-3 u - 4 v + 30) >> 6)   within -21956 .. 17342
+//   bv / 64: 2 z + ((20 u - 50) >> 6), z = 129 u - 17723         within -35447 .. 30423
+// so 21 y + floor(c / 64) fits 16 bits for red and green. For blue it is
+// formed as (21 y + z + ((20 u - 50) >> 6)) + z, exact up to the last,
+// saturating addition: a sum beyond -32768 or 32767 there gives -256 or 255
+// after the shift, which with y added still clamps to 0 or 255 as the
+// true value does. The clamp is the saturating narrowing to bytes.
+//
+// A step is 32 pixels of each row and their 16 chroma samples; the
+// unpacking and packing inside 128-bit halves keep pixels in order up to
+// the final interleave, whose halves are put in place by the stores.
+struct ChromaWords {
+    __m256i r, g, bz, blo; // per pixel: red and green terms / 64, blue's z and its low part
+};
+
+HWY_INLINE void ChromaPair(__m256i c, __m256i* lo, __m256i* hi)
+{
+    *lo = _mm256_unpacklo_epi16(c, c); // pixels 0-7 | 16-23 of the step
+    *hi = _mm256_unpackhi_epi16(c, c); // pixels 8-15 | 24-31
+}
+
+// One row's 32 pixels as B, G, R bytes in order.
+HWY_INLINE void RowChannels(const uint8_t* y, const ChromaWords& lo, const ChromaWords& hi, __m256i* b8, __m256i* g8,
+                            __m256i* r8)
+{
+    const __m256i yb = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(y));
+    const __m256i zero = _mm256_setzero_si256();
+    __m256i out[3][2];
+    for (int h = 0; h < 2; ++h) {
+        const ChromaWords& c = h == 0 ? lo : hi;
+        const __m256i yw = h == 0 ? _mm256_unpacklo_epi8(yb, zero) : _mm256_unpackhi_epi8(yb, zero);
+        const __m256i y21 = _mm256_mullo_epi16(yw, _mm256_set1_epi16(21));
+        const __m256i bsum = _mm256_adds_epi16(_mm256_add_epi16(_mm256_add_epi16(y21, c.bz), c.blo), c.bz);
+        out[0][h] = _mm256_add_epi16(yw, _mm256_srai_epi16(bsum, 7));
+        out[1][h] = _mm256_add_epi16(yw, _mm256_srai_epi16(_mm256_add_epi16(y21, c.g), 7));
+        out[2][h] = _mm256_add_epi16(yw, _mm256_srai_epi16(_mm256_add_epi16(y21, c.r), 7));
+    }
+    *b8 = _mm256_packus_epi16(out[0][0], out[0][1]);
+    *g8 = _mm256_packus_epi16(out[1][0], out[1][1]);
+    *r8 = _mm256_packus_epi16(out[2][0], out[2][1]);
+}
+
+template <int Bpp, bool Alpha255>
+HWY_INLINE void StoreRow32Px(uint8_t* dst, __m256i b8, __m256i g8, __m256i r8)
+{
+    const __m256i a8 = Alpha255 ? _mm256_set1_epi8(-1) : _mm256_setzero_si256();
+    const __m256i bgLo = _mm256_unpacklo_epi8(b8, g8), bgHi = _mm256_unpackhi_epi8(b8, g8);
+    const __m256i raLo = _mm256_unpacklo_epi8(r8, a8), raHi = _mm256_unpackhi_epi8(r8, a8);
+    const __m256i q0 = _mm256_unpacklo_epi16(bgLo, raLo); // pixels 0-3 | 16-19
+    const __m256i q1 = _mm256_unpackhi_epi16(bgLo, raLo); // 4-7 | 20-23
+    const __m256i q2 = _mm256_unpacklo_epi16(bgHi, raHi); // 8-11 | 24-27
+    const __m256i q3 = _mm256_unpackhi_epi16(bgHi, raHi); // 12-15 | 28-31
+    if (Bpp == 4) {
+        __m256i px[4] = {_mm256_permute2x128_si256(q0, q1, 0x20), _mm256_permute2x128_si256(q2, q3, 0x20),
+                         _mm256_permute2x128_si256(q0, q1, 0x31), _mm256_permute2x128_si256(q2, q3, 0x31)};
+        for (int k = 0; k < 4; ++k) {
+            __m256i* at = reinterpret_cast<__m256i*>(dst + 32 * k);
+            if (Alpha255) {
+                _mm256_storeu_si256(at, px[k]);
+            } else { // the fourth byte stays as it was
+#if HWY_TARGET == HWY_AVX3
+                _mm256_mask_storeu_epi8(at, 0x77777777u, px[k]);
+#else
+                _mm256_storeu_si256(at, _mm256_blendv_epi8(px[k], _mm256_loadu_si256(at),
+                                                           _mm256_set1_epi32(static_cast<int32_t>(0xFF000000u))));
+#endif
+            }
+        }
+    } else {
+        // Each 4-pixel half packed into its first 12 bytes; 16-byte stores
+        // in increasing order, each 4 bytes longer than its pixels (the
+        // next store, or the caller's next pixel pair, writes over them).
+        const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0, 1, 2, 4, 5, 6,
+                                              8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+        const __m256i q[4] = {_mm256_shuffle_epi8(q0, pack), _mm256_shuffle_epi8(q1, pack),
+                              _mm256_shuffle_epi8(q2, pack), _mm256_shuffle_epi8(q3, pack)};
+        for (int k = 0; k < 4; ++k)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12 * k), _mm256_castsi256_si128(q[k]));
+        for (int k = 0; k < 4; ++k)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 48 + 12 * k), _mm256_extracti128_si256(q[k], 1));
+    }
+}
+
+template <int Bpp, bool Alpha255>
+void I420ToRgbRow2Narrow(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const uint8_t* v, uint8_t* dst0,
+                         uint8_t* dst1, int pairs)
+{
+    int i = 0;
+    // 24-bit steps write 4 bytes past their pixels: one pair must follow.
+    for (; i + 16 + (Bpp == 3 ? 1 : 0) <= pairs; i += 16) {
+        const __m256i uw = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i)));
+        const __m256i vw = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(v + i)));
+        auto mul = [](__m256i x, int k) { return _mm256_mullo_epi16(x, _mm256_set1_epi16(static_cast<int16_t>(k))); };
+        auto k16 = [](int k) { return _mm256_set1_epi16(static_cast<int16_t>(k)); };
+        const __m256i r = _mm256_add_epi16(_mm256_sub_epi16(mul(vw, 204), k16(28532)),
+                                           _mm256_srai_epi16(_mm256_sub_epi16(mul(vw, 18), k16(47)), 6));
+        const __m256i glo = _mm256_srai_epi16(_mm256_sub_epi16(k16(30), _mm256_add_epi16(mul(uw, 3), mul(vw, 4))), 6);
+        const __m256i g = _mm256_add_epi16(_mm256_sub_epi16(k16(17342), _mm256_add_epi16(mul(uw, 50), mul(vw, 104))), glo);
+        const __m256i bz = _mm256_sub_epi16(mul(uw, 129), k16(17723));
+        const __m256i blo = _mm256_srai_epi16(_mm256_sub_epi16(mul(uw, 20), k16(50)), 6);
+        ChromaWords lo, hi;
+        ChromaPair(r, &lo.r, &hi.r);
+        ChromaPair(g, &lo.g, &hi.g);
+        ChromaPair(bz, &lo.bz, &hi.bz);
+        ChromaPair(blo, &lo.blo, &hi.blo);
+        __m256i b8, g8, r8;
+        RowChannels(y0 + 2 * i, lo, hi, &b8, &g8, &r8);
+        StoreRow32Px<Bpp, Alpha255>(dst0 + 2 * i * Bpp, b8, g8, r8);
+        RowChannels(y1 + 2 * i, lo, hi, &b8, &g8, &r8);
+        StoreRow32Px<Bpp, Alpha255>(dst1 + 2 * i * Bpp, b8, g8, r8);
+    }
+    if (i < pairs)
+        I420ToRgbRow2<Bpp, Alpha255>(y0 + 2 * i, y1 + 2 * i, u + i, v + i, dst0 + 2 * i * Bpp, dst1 + 2 * i * Bpp,
+                                     pairs - i);
+}
+#endif // AVX2 or AVX3
+
+#if HWY_TARGET == HWY_SSE4
+// ---- planes to bitmap in 16-bit lanes (128-bit vectors) ----
+// The formulation of the 256-bit kernel above, 16 pixels of each row and
+// their 8 chroma samples a step (unpacking keeps the pixels in order).
+struct ChromaWords {
+    __m128i r, g, bz, blo;
+};
+
+HWY_INLINE void RowChannels(const uint8_t* y, const ChromaWords& lo, const ChromaWords& hi, __m128i* b8, __m128i* g8,
+                            __m128i* r8)
+{
+    const __m128i yb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(y));
+    const __m128i zero = _mm_setzero_si128();
+    __m128i out[3][2];
+    for (int h = 0; h < 2; ++h) {
+        const ChromaWords& c = h == 0 ? lo : hi;
+        const __m128i yw = h == 0 ? _mm_unpacklo_epi8(yb, zero) : _mm_unpackhi_epi8(yb, zero);
+        const __m128i y21 = _mm_mullo_epi16(yw, _mm_set1_epi16(21));
+        const __m128i bsum = _mm_adds_epi16(_mm_add_epi16(_mm_add_epi16(y21, c.bz), c.blo), c.bz);
+        out[0][h] = _mm_add_epi16(yw, _mm_srai_epi16(bsum, 7));
+        out[1][h] = _mm_add_epi16(yw, _mm_srai_epi16(_mm_add_epi16(y21, c.g), 7));
+        out[2][h] = _mm_add_epi16(yw, _mm_srai_epi16(_mm_add_epi16(y21, c.r), 7));
+    }
+    *b8 = _mm_packus_epi16(out[0][0], out[0][1]);
+    *g8 = _mm_packus_epi16(out[1][0], out[1][1]);
+    *r8 = _mm_packus_epi16(out[2][0], out[2][1]);
+}
+
+template <int Bpp, bool Alpha255>
+HWY_INLINE void StoreRow16Px(uint8_t* dst, __m128i b8, __m128i g8, __m128i r8)
+{
+    const __m128i a8 = Alpha255 ? _mm_set1_epi8(-1) : _mm_setzero_si128();
+    const __m128i bgLo = _mm_unpacklo_epi8(b8, g8), bgHi = _mm_unpackhi_epi8(b8, g8);
+    const __m128i raLo = _mm_unpacklo_epi8(r8, a8), raHi = _mm_unpackhi_epi8(r8, a8);
+    __m128i q[4] = {_mm_unpacklo_epi16(bgLo, raLo), _mm_unpackhi_epi16(bgLo, raLo), _mm_unpacklo_epi16(bgHi, raHi),
+                    _mm_unpackhi_epi16(bgHi, raHi)};
+    if (Bpp == 4) {
+        for (int k = 0; k < 4; ++k) {
+            __m128i* at = reinterpret_cast<__m128i*>(dst + 16 * k);
+            if (!Alpha255) // the fourth byte stays as it was
+                q[k] = _mm_blendv_epi8(q[k], _mm_loadu_si128(at), _mm_set1_epi32(static_cast<int32_t>(0xFF000000u)));
+            _mm_storeu_si128(at, q[k]);
+        }
+    } else {
+        // 16-byte stores in increasing order, each 4 bytes longer than its pixels.
+        const __m128i pack = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+        for (int k = 0; k < 4; ++k)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12 * k), _mm_shuffle_epi8(q[k], pack));
+    }
+}
+
+template <int Bpp, bool Alpha255>
+void I420ToRgbRow2Narrow(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const uint8_t* v, uint8_t* dst0,
+                         uint8_t* dst1, int pairs)
+{
+    int i = 0;
+    for (; i + 8 + (Bpp == 3 ? 1 : 0) <= pairs; i += 8) {
+        const __m128i uw = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(u + i)));
+        const __m128i vw = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(v + i)));
+        auto mul = [](__m128i x, int k) { return _mm_mullo_epi16(x, _mm_set1_epi16(static_cast<int16_t>(k))); };
+        auto k16 = [](int k) { return _mm_set1_epi16(static_cast<int16_t>(k)); };
+        const __m128i r = _mm_add_epi16(_mm_sub_epi16(mul(vw, 204), k16(28532)),
+                                        _mm_srai_epi16(_mm_sub_epi16(mul(vw, 18), k16(47)), 6));
+        const __m128i glo = _mm_srai_epi16(_mm_sub_epi16(k16(30), _mm_add_epi16(mul(uw, 3), mul(vw, 4))), 6);
+        const __m128i g = _mm_add_epi16(_mm_sub_epi16(k16(17342), _mm_add_epi16(mul(uw, 50), mul(vw, 104))), glo);
+        const __m128i bz = _mm_sub_epi16(mul(uw, 129), k16(17723));
+        const __m128i blo = _mm_srai_epi16(_mm_sub_epi16(mul(uw, 20), k16(50)), 6);
+        const ChromaWords lo{_mm_unpacklo_epi16(r, r), _mm_unpacklo_epi16(g, g), _mm_unpacklo_epi16(bz, bz),
+                             _mm_unpacklo_epi16(blo, blo)};
+        const ChromaWords hi{_mm_unpackhi_epi16(r, r), _mm_unpackhi_epi16(g, g), _mm_unpackhi_epi16(bz, bz),
+                             _mm_unpackhi_epi16(blo, blo)};
+        __m128i b8, g8, r8;
+        RowChannels(y0 + 2 * i, lo, hi, &b8, &g8, &r8);
+        StoreRow16Px<Bpp, Alpha255>(dst0 + 2 * i * Bpp, b8, g8, r8);
+        RowChannels(y1 + 2 * i, lo, hi, &b8, &g8, &r8);
+        StoreRow16Px<Bpp, Alpha255>(dst1 + 2 * i * Bpp, b8, g8, r8);
+    }
+    if (i < pairs)
+        I420ToRgbRow2<Bpp, Alpha255>(y0 + 2 * i, y1 + 2 * i, u + i, v + i, dst0 + 2 * i * Bpp, dst1 + 2 * i * Bpp,
+                                     pairs - i);
+}
+#endif // SSE4
+
 // ---- bitmap to planes ----
 
 // Pixels as whole 32-bit lanes (blue | green << 8 | red << 16 | fourth << 24).
@@ -244,6 +453,184 @@ void RgbToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_
              WithAlpha ? a0 + 2 * i : a0, WithAlpha ? a1 + 2 * i : a1, pairs - i);
     }
 }
+
+#if HWY_TARGET == HWY_AVX2
+// ---- bitmap to planes in 16-bit lanes (256-bit vectors) ----
+//
+// (AVX-512 keeps the 32-bit-lane twin above, whose 16 pixels a vector do as
+// well there.)
+// Each per-pixel value of the reference is floor(t / 2^14) with
+// t = kB B + kG G + kR R (kY = 1606, 8258, 4211; kU = 7193, -4768, -2425;
+// kV = -1163, -6029, 7193). Every coefficient is split as k = 128 a + b with
+// a and b signed bytes, so t = 128 H + L with H = sum a x and L = sum b x, and
+//   floor(t / 2^14) = floor((H + floor(L / 128)) / 128)
+// (nested floor divisions by positive integers compose), i.e.
+// (H + (L >> 7)) >> 7 with arithmetic shifts. The splits:
+//   Y: a = 13, 64, 33   b = -58, 66, -13
+//   U: a = 56, -37, -19 b = 25, -32, 7
+//   V: a = -9, -47, 56  b = -11, -13, 25
+// H and L come from byte-pair products (blue with green, red with the fourth
+// byte, whose coefficient is 0) summed in 16 bits: each pair stays within
+// +-16830, H within -14280 .. 28050, L within -18105 .. 16830, and
+// H + (L >> 7) within -142 .. 28181, so nothing saturates or wraps and the
+// value is the reference's exactly (also checked for every colour by the
+// kernel checker). The chroma of a 2 x 2 block is then, as in the
+// reference, the sum of its four values (at most 448 in size) >> 2, + 128.
+//
+// A step is 32 pixels of each row: four vectors of 8 pixels. Pair sums of
+// two vectors come out in the order 0-3, 8-11 | 4-7, 12-15 (128-bit
+// halves); the stores put the bytes back in order.
+HWY_INLINE __m256i PixelCoefs(int b, int g, int r)
+{
+    return _mm256_set1_epi32(static_cast<int32_t>(static_cast<uint8_t>(b) | (static_cast<uint32_t>(static_cast<uint8_t>(g)) << 8) |
+                                                  (static_cast<uint32_t>(static_cast<uint8_t>(r)) << 16)));
+}
+
+// floor(t / 2^14) of the 16 pixels of p0 and p1 (order as above).
+HWY_INLINE __m256i Value16(__m256i p0, __m256i p1, __m256i ch, __m256i cl)
+{
+    const __m256i h = _mm256_hadd_epi16(_mm256_maddubs_epi16(p0, ch), _mm256_maddubs_epi16(p1, ch));
+    const __m256i l = _mm256_hadd_epi16(_mm256_maddubs_epi16(p0, cl), _mm256_maddubs_epi16(p1, cl));
+    return _mm256_srai_epi16(_mm256_add_epi16(h, _mm256_srai_epi16(l, 7)), 7);
+}
+
+// Eight pixels as blue, green, red, fourth byte (24-bit: two 16-byte loads,
+// the second 4 bytes past the pixels, spread by a byte shuffle).
+template <int Bpp>
+HWY_INLINE __m256i LoadPixels8(const uint8_t* src)
+{
+    if (Bpp == 4)
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
+    const __m256i bytes = _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src))),
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 12)), 1);
+    const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0, 1, 2, -1, 3, 4,
+                                            5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    return _mm256_shuffle_epi8(bytes, spread);
+}
+
+// Two vectors of 16 values each (order as above) to 32 bytes in order.
+HWY_INLINE void Store32(__m256i a, __m256i b, uint8_t* dst)
+{
+    const __m256i packed = _mm256_packus_epi16(a, b); // 0-3 8-11 16-19 24-27 | 4-7 12-15 20-23 28-31
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst),
+                        _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)));
+}
+
+template <int Bpp, bool WithAlpha>
+void RgbToI420Row2Narrow(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
+                         uint8_t* a0, uint8_t* a1, int pairs)
+{
+    const __m256i yh = PixelCoefs(13, 64, 33), yl = PixelCoefs(-58, 66, -13);
+    const __m256i uh = PixelCoefs(56, -37, -19), ul = PixelCoefs(25, -32, 7);
+    const __m256i vh = PixelCoefs(-9, -47, 56), vl = PixelCoefs(-11, -13, 25);
+    const __m256i sixteen = _mm256_set1_epi16(16), half = _mm256_set1_epi16(128);
+    int i = 0;
+    // 24-bit steps read 4 bytes past their pixels: one pair must follow.
+    for (; i + 16 + (Bpp == 3 ? 1 : 0) <= pairs; i += 16) {
+        __m256i su[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()}, sv[2] = {su[0], su[1]};
+        for (int r = 0; r < 2; ++r) {
+            const uint8_t* s = (r == 0 ? src0 : src1) + 2 * i * Bpp;
+            __m256i p[4];
+            for (int j = 0; j < 4; ++j)
+                p[j] = LoadPixels8<Bpp>(s + 8 * j * Bpp);
+            Store32(_mm256_add_epi16(Value16(p[0], p[1], yh, yl), sixteen),
+                    _mm256_add_epi16(Value16(p[2], p[3], yh, yl), sixteen), (r == 0 ? y0 : y1) + 2 * i);
+            if (WithAlpha) {
+                const __m256i lo = _mm256_packus_epi32(_mm256_srli_epi32(p[0], 24), _mm256_srli_epi32(p[1], 24));
+                const __m256i hi = _mm256_packus_epi32(_mm256_srli_epi32(p[2], 24), _mm256_srli_epi32(p[3], 24));
+                Store32(lo, hi, (r == 0 ? a0 : a1) + 2 * i);
+            }
+            su[0] = _mm256_add_epi16(su[0], Value16(p[0], p[1], uh, ul));
+            su[1] = _mm256_add_epi16(su[1], Value16(p[2], p[3], uh, ul));
+            sv[0] = _mm256_add_epi16(sv[0], Value16(p[0], p[1], vh, vl));
+            sv[1] = _mm256_add_epi16(sv[1], Value16(p[2], p[3], vh, vl));
+        }
+        // Block sums: blocks 0 1 4 5 8 9 12 13 | 2 3 6 7 10 11 14 15.
+        const __m256i bu = _mm256_add_epi16(_mm256_srai_epi16(_mm256_hadd_epi16(su[0], su[1]), 2), half);
+        const __m256i bv = _mm256_add_epi16(_mm256_srai_epi16(_mm256_hadd_epi16(sv[0], sv[1]), 2), half);
+        // U bytes then V bytes in each half, then U to the low half, V to
+        // the high one, then each put in order.
+        const __m256i uv = _mm256_permute4x64_epi64(_mm256_packus_epi16(bu, bv), 0xD8);
+        const __m256i order = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, 0, 1, 8, 9, 2, 3,
+                                               10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+        const __m256i ordered = _mm256_shuffle_epi8(uv, order);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(u + i), _mm256_castsi256_si128(ordered));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(v + i), _mm256_extracti128_si256(ordered, 1));
+    }
+    if (i < pairs)
+        RgbToI420Row2<Bpp, WithAlpha>(src0 + 2 * i * Bpp, src1 + 2 * i * Bpp, y0 + 2 * i, y1 + 2 * i, u + i, v + i,
+                                      WithAlpha ? a0 + 2 * i : a0, WithAlpha ? a1 + 2 * i : a1, pairs - i);
+}
+#endif // AVX2
+
+#if HWY_TARGET == HWY_SSE4
+// ---- bitmap to planes in 16-bit lanes (128-bit vectors) ----
+// The formulation of the 256-bit kernel above (same splits and bounds), 16
+// pixels of each row a step; 128-bit pair sums keep the pixel order.
+HWY_INLINE __m128i PixelCoefs(int b, int g, int r)
+{
+    return _mm_set1_epi32(static_cast<int32_t>(static_cast<uint8_t>(b) | (static_cast<uint32_t>(static_cast<uint8_t>(g)) << 8) |
+                                               (static_cast<uint32_t>(static_cast<uint8_t>(r)) << 16)));
+}
+
+HWY_INLINE __m128i Value16(__m128i p0, __m128i p1, __m128i ch, __m128i cl)
+{
+    const __m128i h = _mm_hadd_epi16(_mm_maddubs_epi16(p0, ch), _mm_maddubs_epi16(p1, ch));
+    const __m128i l = _mm_hadd_epi16(_mm_maddubs_epi16(p0, cl), _mm_maddubs_epi16(p1, cl));
+    return _mm_srai_epi16(_mm_add_epi16(h, _mm_srai_epi16(l, 7)), 7);
+}
+
+// Four pixels as blue, green, red, fourth byte (24-bit: 4 bytes past them are read).
+template <int Bpp>
+HWY_INLINE __m128i LoadPixels4(const uint8_t* src)
+{
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+    if (Bpp == 4)
+        return bytes;
+    return _mm_shuffle_epi8(bytes, _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+}
+
+template <int Bpp, bool WithAlpha>
+void RgbToI420Row2Narrow(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
+                         uint8_t* a0, uint8_t* a1, int pairs)
+{
+    const __m128i yh = PixelCoefs(13, 64, 33), yl = PixelCoefs(-58, 66, -13);
+    const __m128i uh = PixelCoefs(56, -37, -19), ul = PixelCoefs(25, -32, 7);
+    const __m128i vh = PixelCoefs(-9, -47, 56), vl = PixelCoefs(-11, -13, 25);
+    const __m128i sixteen = _mm_set1_epi16(16), half = _mm_set1_epi16(128);
+    int i = 0;
+    for (; i + 8 + (Bpp == 3 ? 1 : 0) <= pairs; i += 8) {
+        __m128i su[2] = {_mm_setzero_si128(), _mm_setzero_si128()}, sv[2] = {su[0], su[1]};
+        for (int r = 0; r < 2; ++r) {
+            const uint8_t* s = (r == 0 ? src0 : src1) + 2 * i * Bpp;
+            __m128i p[4];
+            for (int j = 0; j < 4; ++j)
+                p[j] = LoadPixels4<Bpp>(s + 4 * j * Bpp);
+            const __m128i y = _mm_packus_epi16(_mm_add_epi16(Value16(p[0], p[1], yh, yl), sixteen),
+                                               _mm_add_epi16(Value16(p[2], p[3], yh, yl), sixteen));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>((r == 0 ? y0 : y1) + 2 * i), y);
+            if (WithAlpha) {
+                const __m128i lo = _mm_packus_epi32(_mm_srli_epi32(p[0], 24), _mm_srli_epi32(p[1], 24));
+                const __m128i hi = _mm_packus_epi32(_mm_srli_epi32(p[2], 24), _mm_srli_epi32(p[3], 24));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>((r == 0 ? a0 : a1) + 2 * i), _mm_packus_epi16(lo, hi));
+            }
+            su[0] = _mm_add_epi16(su[0], Value16(p[0], p[1], uh, ul));
+            su[1] = _mm_add_epi16(su[1], Value16(p[2], p[3], uh, ul));
+            sv[0] = _mm_add_epi16(sv[0], Value16(p[0], p[1], vh, vl));
+            sv[1] = _mm_add_epi16(sv[1], Value16(p[2], p[3], vh, vl));
+        }
+        const __m128i bu = _mm_add_epi16(_mm_srai_epi16(_mm_hadd_epi16(su[0], su[1]), 2), half);
+        const __m128i bv = _mm_add_epi16(_mm_srai_epi16(_mm_hadd_epi16(sv[0], sv[1]), 2), half);
+        const __m128i uv = _mm_packus_epi16(bu, bv);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(u + i), uv);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(v + i), _mm_unpackhi_epi64(uv, uv));
+    }
+    if (i < pairs)
+        RgbToI420Row2<Bpp, WithAlpha>(src0 + 2 * i * Bpp, src1 + 2 * i * Bpp, y0 + 2 * i, y1 + 2 * i, u + i, v + i,
+                                      WithAlpha ? a0 + 2 * i : a0, WithAlpha ? a1 + 2 * i : a1, pairs - i);
+}
+#endif // SSE4
 
 // ---- packed 4:2:2 (YUY2: Y0 U Y1 V; UYVY: U Y0 V Y1), 16 pixels a step ----
 
@@ -372,15 +759,33 @@ void FillConvert(ConvertKernels& t)
 #if HWY_TARGET != HWY_SVE
     // The 24-bit twins work on 128-bit blocks of 4 pixels; scalable vectors
     // wider than that keep the reference for them.
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
+    t.i420ToRgb24Row2 = I420ToRgbRow2Narrow<3, false>;
+#else
     t.i420ToRgb24Row2 = I420ToRgbRow2<3, false>;
+#endif
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+    t.rgb24ToI420Row2 = RgbToI420Row2Narrow<3, false>;
+#else
     t.rgb24ToI420Row2 = RgbToI420Row2<3, false>;
+#endif
     t.rgb24ToPackedRow = Rgb24ToPackedRow;
     t.packedToRgb24Row = PackedToRgb24Row;
 #endif
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_SSE4
+    t.i420ToRgb32Row2 = I420ToRgbRow2Narrow<4, false>;
+    t.i420ToArgbRow2 = I420ToRgbRow2Narrow<4, true>;
+#else
     t.i420ToRgb32Row2 = I420ToRgbRow2<4, false>;
     t.i420ToArgbRow2 = I420ToRgbRow2<4, true>;
+#endif
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+    t.rgb32ToI420Row2 = RgbToI420Row2Narrow<4, false>;
+    t.rgb32ToI420AlphaRow2 = RgbToI420Row2Narrow<4, true>;
+#else
     t.rgb32ToI420Row2 = RgbToI420Row2<4, false>;
     t.rgb32ToI420AlphaRow2 = RgbToI420Row2<4, true>;
+#endif
     t.i420ToPackedRow = I420ToPackedRow;
     t.packedToI420Row2 = PackedToI420Row2;
     t.swapBytePairsRow = SwapBytePairsRow;

@@ -25,6 +25,19 @@ void LinearRow_C(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int g, 
         dst[i] = Linear(row0[x0[i]], row1[x0[i]], row0[x1[i]], row1[x1[i]], f[i], ug);
 }
 
+void NearestRows_C(uint8_t* const* dst, const uint8_t* const* src, int rows, const int32_t* xi, int n)
+{
+    for (int r = 0; r < rows; ++r)
+        NearestRow_C(dst[r], src[r], xi, n);
+}
+
+void LinearRows_C(uint8_t* const* dst, const uint8_t* const* row0, const uint8_t* const* row1, const uint8_t* g,
+                  int rows, const int32_t* x0, const int32_t* x1, const uint8_t* f, int n)
+{
+    for (int r = 0; r < rows; ++r)
+        LinearRow_C(dst[r], row0[r], row1[r], g[r], x0, x1, f, n);
+}
+
 void NearestGather_C(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const NearestTap* taps, int n)
 {
     for (int i = 0; i < n; ++i)
@@ -57,7 +70,8 @@ void AlphaOverRow_C(uint8_t* dst, const uint8_t* a, const uint8_t* b, int n, int
     }
 }
 
-const GeometryKernels kGeometryReference = {NearestRow_C, LinearRow_C, NearestGather_C, LinearGather_C, nullptr};
+const GeometryKernels kGeometryReference = {NearestRow_C,    LinearRow_C,     NearestRows_C, LinearRows_C,
+                                             NearestGather_C, LinearGather_C, nullptr};
 const BlendKernels kBlendReference = {AlphaOverRow_C};
 
 } // namespace

@@ -36,6 +36,14 @@ struct GeometryKernels {
     // Separable rows (resize): row0/row1 are the source rows y0/y1, g their weight.
     void (*linearRow)(uint8_t* dst, const uint8_t* row0, const uint8_t* row1, int g, const int32_t* x0,
                       const int32_t* x1, const uint8_t* f, int n);
+    // Several rows of one run (resize): row r is dst[r] from source row
+    // src[r], every row with the same columns xi, in order.
+    void (*nearestRows)(uint8_t* const* dst, const uint8_t* const* src, int rows, const int32_t* xi, int n);
+    // Several rows of one run (resize): row r is dst[r] from source rows
+    // row0[r] and row1[r] with weight g[r], every row with the same columns
+    // x0/x1/f; the rows are done in order, as linearRow would do them.
+    void (*linearRows)(uint8_t* const* dst, const uint8_t* const* row0, const uint8_t* const* row1, const uint8_t* g,
+                       int rows, const int32_t* x0, const int32_t* x1, const uint8_t* f, int n);
     // Arbitrary positions (rotation): src is the image origin.
     void (*nearestGather)(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const NearestTap* taps, int n);
     void (*linearGather)(uint8_t* dst, const uint8_t* src, ptrdiff_t step, const LinearTap* taps, int n);

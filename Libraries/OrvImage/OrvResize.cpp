@@ -30,6 +30,20 @@ void ResizeSeparable(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, c
             ++x;
         } while (n < kRun && x < ax.count && ax.Sample(x, &p));
 
+        // Rows go to the kernel in batches that share the columns.
+        constexpr int kBatch = 32;
+        Ipp8u* dstRows[kBatch];
+        const Ipp8u* rows0[kBatch];
+        const Ipp8u* rows1[kBatch];
+        uint8_t weights[kBatch];
+        int batched = 0;
+        auto flush = [&] {
+            if (batched > 0 && linear)
+                k.linearRows(dstRows, rows0, rows1, weights, batched, x0, x1, fx, n);
+            else if (batched > 0)
+                k.nearestRows(dstRows, rows0, batched, x0, n);
+            batched = 0;
+        };
         bool seen = false;
         for (int y = 0; y < ay.count; ++y) {
             int64_t q = 0;
@@ -44,12 +58,20 @@ void ResizeSeparable(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, c
                 int32_t y0, y1;
                 uint8_t g;
                 LinearIndex(q, ay.last, &y0, &y1, &g);
-                k.linearRow(d, pSrc + static_cast<ptrdiff_t>(y0) * srcStep, pSrc + static_cast<ptrdiff_t>(y1) * srcStep,
-                            g, x0, x1, fx, n);
+                dstRows[batched] = d;
+                rows0[batched] = pSrc + static_cast<ptrdiff_t>(y0) * srcStep;
+                rows1[batched] = pSrc + static_cast<ptrdiff_t>(y1) * srcStep;
+                weights[batched] = g;
+                if (++batched == kBatch)
+                    flush();
             } else {
-                k.nearestRow(d, pSrc + static_cast<ptrdiff_t>(NearestIndex(q, ay.last)) * srcStep, x0, n);
+                dstRows[batched] = d;
+                rows0[batched] = pSrc + static_cast<ptrdiff_t>(NearestIndex(q, ay.last)) * srcStep;
+                if (++batched == kBatch)
+                    flush();
             }
         }
+        flush();
         if (x < ax.count && n < kRun)
             break; // the run ended on an unwritten column: no more follow
     }

@@ -24,6 +24,7 @@ struct AudioArgs {
     int rate = 0, channels = 0, volume = 100;
     int audioStream = -1; // -1: the best
     std::string fadeIn, fadeOut;
+    std::string resampler; // "linear", "hq", empty: hq where the library has it
     bool noTimeline = false;
     bool verbose = false;
 };

@@ -31,6 +31,8 @@ AudioStack::AudioStack(AudioDecoder* source, const AudioSettings& s)
     m_top = PCAudioCreate(below, rate, rate ? channels : 0, rate ? 16 : 0, 0);
     if (!m_top)
         throw ProcessingError("cannot create the audio stage");
+    if (!PCSetAudioResampler(m_top, s.resampler))
+        throw ProcessingError("cannot choose the audio stage's resampler");
     PCSetVolum(m_top, s.volume);
     const FadeSpan in0 = s.fadeIn.value_or(FadeSpan{});
     const FadeSpan out0 = s.fadeOut.value_or(FadeSpan{});
@@ -73,6 +75,9 @@ void LogTally::Sink(void* context, const char* line)
     t.lines.emplace_back(line);
     if (self->m_echo)
         std::fprintf(stderr, "%s\n", line);
+    else if (std::strstr(line, "hq resampler"))
+        std::fprintf(stderr, "warning: %s\n", line); // the stream is converted linearly instead
+
     // "... Fill Blank Audio Data [0.50 sec/88200 bytes] before ..." and
     // "... Throw away Audio Data [0.010 sec/1764 bytes] before ...".
     const char* bracket = std::strchr(line, '[');

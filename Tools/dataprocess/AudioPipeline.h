@@ -28,6 +28,7 @@ struct AudioSettings {
     std::optional<FadeSpan> fadeIn;
     std::optional<FadeSpan> fadeOut;
     bool timeline = true;
+    int resampler = AUDIO_RESAMPLER_LINEAR; // the stage's rate conversion
 };
 
 class CountingAudioSource;

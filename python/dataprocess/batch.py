@@ -27,10 +27,10 @@ that length (on the output's frame grid: a frame belongs to the piece its
 time falls in), converts the video of each piece as its own task, the audio
 whole as one more task, and joins them with FFmpeg's concat demuxer (the
 ``ffmpeg`` program, stream copy) into one file with the frames and stamps of
-a single-process run. The audio is not divided: its stages resample with a
-carried fraction and fade against the stream's end, so a divided run would
-differ from a whole one at every cut; whole, the audio is the single-process
-run's, sample for sample (it is cheap beside the video).
+a single-process run. The audio is not divided: its resampler keeps state
+from block to block and its fades are placed against the stream's end, so a
+divided run would differ from a whole one at every cut; whole, the audio is
+the single-process run's, sample for sample (it is cheap beside the video).
 """
 
 from __future__ import annotations
@@ -63,9 +63,9 @@ DEFAULT_CONNECT_TIMEOUT = 10.0
 
 # Options of `dataprocess convert` that belong to its audio side, with their
 # name in the audio command; flags (no value) of the convert command.
-_AUDIO_OPTIONS = {"--audio-rate": "--rate", "--channels": "--channels", "--volume": "--volume",
-                  "--fade-in": "--fade-in", "--fade-out": "--fade-out", "--audio-stream": "--audio-stream",
-                  "--no-timeline": "--no-timeline", "--audio-codec": "--codec", "--audio-bitrate": "--audio-bitrate",
+_AUDIO_OPTIONS = {"--audio-rate": "--rate", "--channels": "--channels", "--resampler": "--resampler",
+                  "--volume": "--volume", "--fade-in": "--fade-in", "--fade-out": "--fade-out",
+                  "--audio-stream": "--audio-stream", "--no-timeline": "--no-timeline", "--audio-codec": "--codec", "--audio-bitrate": "--audio-bitrate",
                   "-v": "-v", "--verbose": "--verbose"}
 _FLAGS = {"--no-autorotate", "--no-timeline", "-v", "--verbose", "-q", "--quiet"}
 

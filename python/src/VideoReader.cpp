@@ -5,6 +5,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "FfmpegVideoSource.h"
 #include "InclusiveStopSource.h"
 #include "MediaInputs.h"
 #include "PythonSource.h"
@@ -48,6 +49,55 @@ py::array View(const Buffer& buffer, size_t offset, std::vector<py::ssize_t> sha
 
 } // namespace
 
+// Which pictures the file source must decode; the others are skipped when
+// nothing refers to them (B-frames, mostly). Wanted: a picture holding a
+// grid time the constant-rate stage will show (when reading at a rate below
+// the file's) or, while a seek lands, one of the few times it steps
+// through. A time is the target trunc(k / rate * 1e7) the stage compares
+// stop times with; a millisecond of slack either side covers rounded
+// stamps.
+struct WantedPictures {
+    double gridRate = 0.0;      // > 0: the pictures shown at k / gridRate
+    std::vector<int64_t> times; // non-empty while seeking: only these
+    int64_t period = 0;         // the file's picture length, for packets that carry none
+
+    bool Wanted(int64_t start, int64_t length) const
+    {
+        const int64_t lo = start - 10000, hi = start + std::max(length, period) + 10000;
+        if (!times.empty())
+            return std::any_of(times.begin(), times.end(), [&](int64_t t) { return t >= lo && t <= hi; });
+        if (gridRate <= 0)
+            return true;
+        for (long long k = static_cast<long long>(std::floor(lo * gridRate / 1e7));; ++k) {
+            const int64_t target = static_cast<int64_t>(k / gridRate * 1e7);
+            if (target > hi)
+                return false;
+            if (target >= lo)
+                return true;
+        }
+    }
+};
+
+namespace {
+
+// Skipped pictures leave gaps of at most one grid period between decoded
+// ones (or a seek's pre-roll), far below the source's discontinuity limit
+// at the rates the grid is used for (0.2 fps and up).
+std::shared_ptr<WantedPictures> SkipUnwantedPictures(VideoDecoder* decoder, double rate)
+{
+    auto* file = dynamic_cast<FfmpegVideoSource*>(decoder);
+    if (!file || !(file->FrameRate() > 0))
+        return nullptr;
+    auto wanted = std::make_shared<WantedPictures>();
+    wanted->period = static_cast<int64_t>(1e7 / file->FrameRate());
+    if (rate >= 0.2 && rate < file->FrameRate())
+        wanted->gridRate = rate;
+    file->SetPacketFilter([wanted](int64_t start, int64_t length) { return wanted->Wanted(start, length); });
+    return wanted;
+}
+
+} // namespace
+
 VideoReader::VideoReader(py::object source, const std::vector<std::string>& flags, py::object watermark,
                          py::object userWatermark, const std::string& format)
     : m_format(ParsePixelFormat(format)), m_view(std::make_shared<std::vector<unsigned char>>())
@@ -83,6 +133,8 @@ VideoReader::VideoReader(py::object source, const std::vector<std::string>& flag
     m_stage = dptool::CreateVideoStage(decoder, s);
     const VideoInfo* vi = PCGetVideoInfo(m_stage);
     m_rate = vi && vi->dFrameRate > 0 ? vi->dFrameRate : 25.0;
+    if (m_input)
+        m_wanted = SkipUnwantedPictures(m_input->Decoder(), args.rate > 0 ? m_rate : 0.0);
     if (m_duration <= 0 && vi && vi->nFrameCount > 0)
         m_duration = vi->nFrameCount / m_rate;
     m_ended = PCGetVideoFrame(m_stage) == nullptr;
@@ -136,7 +188,13 @@ void VideoReader::MoveTo(long long k)
 {
     if (k == m_index && !m_ended)
         return;
-    const long long nearby = static_cast<long long>(2 * m_rate) + 1;
+    // Onwards within a few seconds reading on is cheaper than a seek back to
+    // a keyframe; with unwanted pictures skipped it costs only the pictures
+    // others refer to.
+    const long long nearby = static_cast<long long>((m_wanted ? 5 : 2) * m_rate) + 1;
+    const auto target = [&](long long j) { return static_cast<int64_t>(j / m_rate * 1e7); };
+    if (m_wanted && k - m_index > 1)
+        m_wanted->times = {target(k - 1), target(k)};
     if (k < m_index || m_ended || k - m_index > nearby) {
         if (!m_canSeek) {
             if (k < m_index || m_ended)
@@ -148,6 +206,9 @@ void VideoReader::MoveTo(long long k)
             // chooses the picture for k exactly as reading does.
             m_ended = false;
             const long long start = std::max(0LL, k - 2);
+            if (m_wanted)
+                m_wanted->times = {std::llround(std::max(0.0, start / m_rate - 0.5) * 1e7), target(start),
+                                   target(k - 1), target(k)};
             PCVideoSeek(m_stage, start / m_rate, 0);
             m_index = start;
         }
@@ -155,8 +216,10 @@ void VideoReader::MoveTo(long long k)
     while (m_index < k)
         if (!Step()) {
             m_ended = true;
-            return;
+            break;
         }
+    if (m_wanted)
+        m_wanted->times.clear();
 }
 
 py::object VideoReader::Emit(bool copy)

@@ -28,6 +28,7 @@ class InclusiveStopSource;
 namespace dppy {
 
 class PythonSource;
+struct WantedPictures;
 
 class VideoReader {
 public:
@@ -59,6 +60,7 @@ private:
     std::unique_ptr<dptool::VideoInput> m_input;
     std::unique_ptr<PythonSource> m_python;
     std::unique_ptr<dptool::InclusiveStopSource> m_stamped;
+    std::shared_ptr<WantedPictures> m_wanted; // what the file source decodes
     VideoDecoder* m_stage = nullptr;
     PixelFormat m_format;
     double m_rate = 0.0;

@@ -7,13 +7,14 @@ if(NOT rc EQUAL 0)
 endif()
 foreach(required CreateYV12Frame CopyVideoFrame ReleaseAudioFrame ConvertUTF32toUTF8 __w2a FloatCompare
                  DefaultPrecision OrvLogEx OrvLogSetSink "VideoDecoder::ModifyInfo" "CSingleLock::CSingleLock"
-                 DPSetSimdLevel DPGetSimdLevel PCVideoFromCallbacks PCAudioFromCallbacks)
+                 DPSetSimdLevel DPGetSimdLevel DPAudioResamplerAvailable PCSetAudioResampler PCGetAudioResampler
+                 "CAudioConverter::Flush" PCVideoFromCallbacks PCAudioFromCallbacks)
   string(FIND "${syms}" "${required}" at)
   if(at EQUAL -1)
     message(FATAL_ERROR "not exported: ${required}")
   endif()
 endforeach()
-foreach(hidden orv_ippi DpForceReference DpSetForceReference DpActiveSimdLevel hwy::)
+foreach(hidden orv_ippi DpForceReference DpSetForceReference DpActiveSimdLevel hwy:: HqResampler AudioTimeMap)
   string(FIND "${syms}" "${hidden}" at)
   if(NOT at EQUAL -1)
     message(FATAL_ERROR "exported but internal: ${hidden}")

@@ -3,6 +3,7 @@
 // top-down bitmaps, planes and bitmaps at odd addresses ending at their
 // allocation, destinations pre-filled with sentinels.
 #include "ImageConvert.h"
+#include "ImageConvertKernels.h"
 #include "KernelCheck.h"
 
 namespace {
@@ -97,6 +98,75 @@ TEST(ConvertKernelsCheck, BitmapsToPlanesEqualReference)
                     });
                 }
             }
+        }
+    }
+}
+
+// Every colour through the bitmap-to-planes kernels: each 2 x 2 block holds
+// one colour four times, so the block's chroma is that colour's per-pixel
+// chroma; with the per-pixel luma that covers every value the twins compute
+// per pixel (the block mean of four of them is exact integer arithmetic,
+// covered by the random blocks above).
+TEST(ConvertKernelsCheck, BitmapsToPlanesEveryColour)
+{
+    constexpr int kPairs = 4096;
+    for (int bpp : {3, 4}) {
+        std::vector<uint8_t> row(size_t(2 * kPairs) * bpp);
+        std::vector<uint8_t> want(10 * kPairs), got(10 * kPairs);
+        auto run = [&](const dpconv::ConvertKernels& k, std::vector<uint8_t>& out) {
+            uint8_t* y = out.data();
+            const dpconv::RgbToI420Row2Fn f = bpp == 3 ? k.rgb24ToI420Row2 : k.rgb32ToI420AlphaRow2;
+            f(row.data(), row.data(), y, y + 2 * kPairs, y + 4 * kPairs, y + 5 * kPairs, y + 6 * kPairs,
+              y + 8 * kPairs, kPairs);
+        };
+        for (uint32_t first = 0; first < (1u << 24); first += kPairs) {
+            for (int i = 0; i < 2 * kPairs; ++i) {
+                const uint32_t c = first + uint32_t(i / 2);
+                for (int b = 0; b < 3; ++b)
+                    row[size_t(i) * bpp + b] = static_cast<uint8_t>(c >> (8 * b));
+                if (bpp == 4)
+                    row[size_t(i) * 4 + 3] = static_cast<uint8_t>(c >> 12);
+            }
+            run(dpconv::ReferenceConvertKernels(), want);
+            ForEachSimdLevel([&](const std::string& level) {
+                run(dpconv::GetConvertKernels(), got);
+                ASSERT_TRUE(got == want) << bpp * 8 << "-bit, colours from " << first << " at " << level;
+            });
+        }
+    }
+}
+
+// Every (y, u, v) through the planes-to-bitmap kernels: for each v, a row
+// of blocks running through every u, each u with 64 blocks that hold the
+// 256 luma values.
+TEST(ConvertKernelsCheck, PlanesToBitmapsEveryColour)
+{
+    constexpr int kPairs = 256 * 64;
+    std::vector<uint8_t> y0(2 * kPairs), y1(2 * kPairs), u(kPairs), v(kPairs);
+    for (int j = 0; j < kPairs; ++j) {
+        const int k = j % 64;
+        u[j] = static_cast<uint8_t>(j / 64);
+        y0[2 * j] = static_cast<uint8_t>(4 * k);
+        y0[2 * j + 1] = static_cast<uint8_t>(4 * k + 1);
+        y1[2 * j] = static_cast<uint8_t>(4 * k + 2);
+        y1[2 * j + 1] = static_cast<uint8_t>(4 * k + 3);
+    }
+    for (int kind = 0; kind < 3; ++kind) {
+        const int bpp = kind == 0 ? 3 : 4;
+        std::vector<uint8_t> want(size_t(4) * kPairs * bpp), got(want.size());
+        auto run = [&](const dpconv::ConvertKernels& k, std::vector<uint8_t>& out) {
+            for (size_t i = 0; i < out.size(); ++i)
+                out[i] = static_cast<uint8_t>(i * 7); // fourth bytes the 32-bit kernel must keep
+            const dpconv::I420ToRgbRow2Fn f = kind == 0 ? k.i420ToRgb24Row2 : (kind == 1 ? k.i420ToRgb32Row2 : k.i420ToArgbRow2);
+            f(y0.data(), y1.data(), u.data(), v.data(), out.data(), out.data() + size_t(2) * kPairs * bpp, kPairs);
+        };
+        for (int vv = 0; vv < 256; ++vv) {
+            std::fill(v.begin(), v.end(), static_cast<uint8_t>(vv));
+            run(dpconv::ReferenceConvertKernels(), want);
+            ForEachSimdLevel([&](const std::string& level) {
+                run(dpconv::GetConvertKernels(), got);
+                ASSERT_TRUE(got == want) << "kind " << kind << ", v " << vv << " at " << level;
+            });
         }
     }
 }

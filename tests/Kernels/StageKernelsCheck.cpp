@@ -1,6 +1,7 @@
 // The video stage's twins against their references: the alpha watermark
 // blend through AddWaterMarkEx (clipped and odd placements, with and without
-// an alpha plane, opacities in and out of 0..100).
+// an alpha plane, opacities in and out of 0..100) and through AddWaterMark
+// placed by alignment (every code, marks wider or taller than the frame).
 #include "DataProcess.h"
 #include "KernelCheck.h"
 #include "SyntheticVideoSource.h"
@@ -51,6 +52,44 @@ TEST(StageKernelsCheck, AlphaWatermarkEqualsReference)
             }
         }
     }
+}
+
+TEST(StageKernelsCheck, AlignedWatermarkEqualsReference)
+{
+    std::mt19937 rng(67);
+    const struct {
+        int w, h, mw, mh;
+    } sizes[] = {{197, 49, 133, 45}, {64, 36, 17, 9}, {50, 20, 71, 9}, {41, 13, 36, 30}, {30, 30, 45, 47},
+                 {1280, 720, 200, 100}, {33, 17, 33, 2}, {7, 5, 7, 5}};
+    for (bool alpha : {true, false})
+        for (const auto& sz : sizes) {
+            const FramePtr mark = RandomFrame(sz.mw, sz.mh, alpha, rng);
+            for (int align = 0; align <= 10; ++align)
+                for (int percent : {100, 37, 0, 150}) {
+                    if (sz.w * sz.h > 100000 && (align % 3 != 0 || percent == 0))
+                        continue; // the large frame at a few placements
+                    const FramePtr dst = RandomFrame(sz.w, sz.h, false, rng);
+                    const size_t lumaBytes = size_t(dst->nPitchY) * sz.h,
+                                 chromaBytes = size_t(dst->nPitchU) * ((sz.h + 1) / 2);
+                    std::vector<uint8_t> y0(dst->pY, dst->pY + lumaBytes), u0(dst->pU, dst->pU + chromaBytes),
+                        v0(dst->pV, dst->pV + chromaBytes);
+                    EdgeBuffer out(lumaBytes + 2 * chromaBytes);
+                    ExpectSameAtEveryLevel(
+                        out,
+                        std::to_string(sz.mw) + "x" + std::to_string(sz.mh) + " mark on " + std::to_string(sz.w) + "x" +
+                            std::to_string(sz.h) + " align " + std::to_string(align) + " percent " +
+                            std::to_string(percent) + (alpha ? " alpha" : ""),
+                        [&] {
+                            std::copy(y0.begin(), y0.end(), dst->pY);
+                            std::copy(u0.begin(), u0.end(), dst->pU);
+                            std::copy(v0.begin(), v0.end(), dst->pV);
+                            AddWaterMark(dst.get(), mark.get(), nullptr, percent, align, 0);
+                            std::copy(dst->pY, dst->pY + lumaBytes, out.data());
+                            std::copy(dst->pU, dst->pU + chromaBytes, out.data() + lumaBytes);
+                            std::copy(dst->pV, dst->pV + chromaBytes, out.data() + lumaBytes + chromaBytes);
+                        });
+                }
+        }
 }
 
 } // namespace

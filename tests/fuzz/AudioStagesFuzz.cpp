@@ -1,5 +1,6 @@
 // The audio stages over a host decoder whose blocks carry fuzzed stamps,
-// sizes, rates, channel counts and sample widths.
+// sizes, rates, channel counts and sample widths; the processing stage in
+// both resampling modes (modes 3 and 4: the high-quality one, where built).
 #include <cstring>
 #include <vector>
 
@@ -57,7 +58,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput in(data, size);
-    const int mode = in.Range(0, 2);
+    const int mode = in.Range(0, 4);
     const int rate = in.Range(0, 96000), channels = in.Range(0, 8), bits = in.Range(0, 2) * 8;
     FuzzedAudio source(in);
     if (mode == 0) {
@@ -65,7 +66,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         for (int i = 0; i < 200 && even.GetNextFrame(); ++i) {
         }
     } else {
-        AudioProcess stage(&source, rate, channels, bits, mode == 2);
+        AudioProcess stage(&source, rate, channels, bits, mode % 2 == 0);
+        if (mode >= 3)
+            stage.SetResampler(AUDIO_RESAMPLER_HQ);
         stage.SetVolum(in.Range(0, 300));
         stage.FadeInOut(in.Range(0, 3), in.Range(0, 3), in.Range(0, 3), in.Range(0, 3));
         for (int i = 0; i < 200 && stage.GetNextFrame(); ++i) {

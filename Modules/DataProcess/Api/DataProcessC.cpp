@@ -149,6 +149,10 @@ void PCSetFadeInOutTime(AudioDecoder* audio, double inStart, double inLength, do
         Audio(audio)->FadeInOut(inStart, inLength, outStart, outLength);
 }
 
+int PCSetAudioResampler(AudioDecoder* audio, int mode) { return audio ? Audio(audio)->SetResampler(mode) : 0; }
+
+int PCGetAudioResampler(AudioDecoder* audio) { return audio ? Audio(audio)->GetResampler() : 0; }
+
 int PCCaptureImage(VideoDecoder* video, wchar_t* path, int bJpeg, unsigned int reserved)
 {
     if (!video)

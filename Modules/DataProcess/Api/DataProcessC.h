@@ -25,6 +25,7 @@
 
 #include <wchar.h>
 
+#include "AudioResampler.h"
 #include "DataProcessExport.h"
 #include "ImageTypes.h"
 #include "MediaTypes.h"
@@ -92,6 +93,19 @@ DP_API void PCSetSubPicEx(VideoDecoder* video, tagUserSubPicEx* subPicture, int 
 DP_API void PCSetVolum(AudioDecoder* audio, int volume);
 DP_API void PCSetFadeInOutTime(AudioDecoder* audio, double inStart, double inLength, double outStart,
                                double outLength);
+
+/* Rate conversion of an audio stage, chosen before its first block is read:
+ * AUDIO_RESAMPLER_LINEAR (the default) or AUDIO_RESAMPLER_HQ, libsoxr's
+ * high-quality resampler (AudioResampler.h says what each gives). Returns 1
+ * when chosen; 0 for a null handle, an unknown mode, a stage that has
+ * already converted, or AUDIO_RESAMPLER_HQ in a build without libsoxr
+ * (DPAudioResamplerAvailable tells beforehand); each refusal but the null
+ * handle logs one line through OrvLogEx. */
+DP_API int PCSetAudioResampler(AudioDecoder* audio, int mode);
+/* The mode chosen, and once the first block is converted the mode in use:
+ * AUDIO_RESAMPLER_LINEAR when the high-quality one could not serve the
+ * stream (logged). 0 for a null handle. */
+DP_API int PCGetAudioResampler(AudioDecoder* audio);
 
 /* Saves the current picture as BMP (bJpeg 0) or JPEG; 1 on success. */
 DP_API int PCCaptureImage(VideoDecoder* video, wchar_t* path, int bJpeg, unsigned int reserved);

@@ -5,9 +5,14 @@
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "AudioKernels.h"
 #include "AudioSharedState.h"
+#include "HqResampler.h"
+#include "OrvLog.h"
 
 namespace {
 
@@ -65,6 +70,16 @@ long long ConvertedCount(int src, int dst, long long n)
 
 } // namespace
 
+// The high-quality mode's state: its resampler, the start of a source frame
+// cut by the end of a block (completed by the next one), and the work
+// buffers of one call.
+struct CAudioConverter::HqState {
+    std::unique_ptr<dp_audio::HqResampler> resampler;
+    std::vector<short> partial;
+    std::vector<short> in;  // channel-converted whole frames
+    std::vector<short> out; // what the resampler gave
+};
+
 namespace dp_audio {
 
 double GetResamplerCarry() { return SharedSpare().load(); }
@@ -75,7 +90,8 @@ void SetResamplerCarry(double dSpare) { SharedSpare().store(dSpare); }
 
 CAudioConverter::CAudioConverter(int nSrcChannels_, int nDstChannels_, int nSrcRate_, int nDstRate_, int nBufSize_)
     : pOutBuf(nullptr), pWorkBuf(nullptr), nBufSize(nBufSize_ > 0 ? nBufSize_ : kDefaultBufSize), nValidSize(0),
-      nSrcChannels(nSrcChannels_), nDstChannels(nDstChannels_), nSrcRate(nSrcRate_), nDstRate(nDstRate_)
+      nSrcChannels(nSrcChannels_), nDstChannels(nDstChannels_), nSrcRate(nSrcRate_), nDstRate(nDstRate_),
+      nResampler(AUDIO_RESAMPLER_LINEAR), bStarted(false), pHq(nullptr)
 {
     std::unique_ptr<short[]> out(new short[static_cast<size_t>(nBufSize)]());
     std::unique_ptr<short[]> work(new short[static_cast<size_t>(nBufSize)]());
@@ -87,6 +103,107 @@ CAudioConverter::~CAudioConverter()
 {
     delete[] pOutBuf;
     delete[] pWorkBuf;
+    delete pHq;
+}
+
+int CAudioConverter::SetResampler(int nMode)
+{
+    if (nMode == nResampler)
+        return 1;
+    if (nMode != AUDIO_RESAMPLER_LINEAR && nMode != AUDIO_RESAMPLER_HQ) {
+        OrvLogEx(L"CAudioConverter: unknown resampler %d (0 linear, 1 hq); the mode is unchanged", nMode);
+        return 0;
+    }
+    if (bStarted) {
+        OrvLogEx(L"CAudioConverter: the resampler is chosen before the first block; the %s resampler stays in use",
+                 nResampler == AUDIO_RESAMPLER_HQ ? "hq" : "linear");
+        return 0;
+    }
+    if (nMode == AUDIO_RESAMPLER_LINEAR) {
+        delete pHq;
+        pHq = nullptr;
+        nResampler = nMode;
+        return 1;
+    }
+    std::string why;
+    std::unique_ptr<dp_audio::HqResampler> resampler;
+    if (!DPAudioResamplerAvailable(AUDIO_RESAMPLER_HQ) || nSrcRate != nDstRate)
+        resampler = dp_audio::HqResampler::Create(nSrcRate, nDstRate, nDstChannels, &why);
+    if (!resampler && !why.empty()) {
+        OrvLogEx(L"CAudioConverter: the hq resampler cannot convert %d Hz to %d Hz with %d channels: %s; the "
+                 L"linear resampler stays in use",
+                 nSrcRate, nDstRate, nDstChannels, why.c_str());
+        return 0;
+    }
+    // Equal rates need no rate conversion: both modes copy.
+    if (resampler) {
+        pHq = new HqState;
+        pHq->resampler = std::move(resampler);
+    }
+    nResampler = nMode;
+    return 1;
+}
+
+int CAudioConverter::GetResampler() const { return nResampler; }
+
+int CAudioConverter::Flush()
+{
+    if (pHq) {
+        pHq->partial.clear(); // a frame never completed
+        pHq->resampler->Flush(pHq->out);
+        nValidSize += AppendHqOutput();
+    }
+    return nValidSize;
+}
+
+// Moves what the resampler gave into the FIFO; returns the count, leaving
+// nValidSize to the caller. Output that would take the FIFO beyond an int32
+// capacity is dropped, as the linear mode drops such a call.
+int CAudioConverter::AppendHqOutput()
+{
+    std::vector<short>& out = pHq->out;
+    const long long n = static_cast<long long>(out.size());
+    int written = 0;
+    if (n > 0 && EnsureCapacity(static_cast<long long>(nValidSize) + n)) {
+        std::memcpy(pOutBuf + nValidSize, out.data(), static_cast<size_t>(n) * sizeof(short));
+        written = static_cast<int>(n);
+    }
+    out.clear();
+    return written;
+}
+
+// The high-quality path of ConvertData: the channel stage over whole source
+// frames (one output frame each; a pair without a mix gives silent frames),
+// then the stream resampler. A frame cut by the end of the block waits for
+// the rest of its samples in the next one.
+int CAudioConverter::ConvertHq(const short* pSrc, int nCount)
+{
+    HqState& hq = *pHq;
+    const int src = nSrcChannels;
+    const int dst = nDstChannels;
+    long long pos = 0; // samples of pSrc taken
+    if (!hq.partial.empty()) {
+        const long long take = std::min<long long>(src - static_cast<long long>(hq.partial.size()), nCount);
+        for (; pos < take; ++pos)
+            hq.partial.push_back(static_cast<short>(LoadSample(pSrc, pos)));
+    }
+    const bool joined = hq.partial.size() == static_cast<size_t>(src);
+    const long long whole = (nCount - pos) / src;
+    const long long frames = whole + (joined ? 1 : 0);
+    hq.in.assign(static_cast<size_t>(frames * dst), static_cast<short>(0));
+    short* w = hq.in.data();
+    if (joined) {
+        ConvertChannels(hq.partial.data(), src, w);
+        w += dst;
+        hq.partial.clear();
+    }
+    if (whole > 0)
+        ConvertChannels(pSrc + pos, static_cast<int>(whole * src), w);
+    for (long long i = pos + whole * src; i < nCount; ++i)
+        hq.partial.push_back(static_cast<short>(LoadSample(pSrc, i)));
+
+    hq.resampler->Process(hq.in.data(), frames, hq.out);
+    return AppendHqOutput();
 }
 
 // Enlarges both buffers by nGrow samples, keeping their content; the new
@@ -124,6 +241,7 @@ int CAudioConverter::Put(const short* pSrc, int nCount)
 {
     if (nCount <= 0 || !pSrc)
         return nValidSize;
+    bStarted = true;
     if (nSrcRate > 0) {
         // Room estimate: twice the resampled count, ignoring the channel
         // change (kept so: a 1 -> 6 conversion is not covered by it).
@@ -261,6 +379,8 @@ int CAudioConverter::ConvertData(const short* pSrc, int nCount)
 {
     if (!pSrc || nCount <= 0 || nSrcChannels <= 0 || nDstChannels <= 0 || nSrcRate <= 0 || nDstRate <= 0)
         return 0;
+    if (pHq)
+        return ConvertHq(pSrc, nCount);
     const int ch = nDstChannels;
     // The history region is nDstRate samples long; it must hold at least the
     // one frame that is read from it.

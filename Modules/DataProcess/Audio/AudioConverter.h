@@ -12,10 +12,19 @@
 // carry is race-free: each call of ConvertData reads and updates it as one
 // atomic step.
 //
+// The rate conversion described so far is the default mode,
+// AUDIO_RESAMPLER_LINEAR. SetResampler(AUDIO_RESAMPLER_HQ) before the first
+// Put switches it to libsoxr's high-quality resampler (AudioResampler.h):
+// the same channel conversion, then a stream resampler that holds back the
+// input its filter still needs, so a stream's last samples come out only
+// with Flush. That mode keeps its own counts and leaves the shared carry
+// alone.
+//
 // A converter is used by one thread at a time.
 #ifndef DATAPROCESS_AUDIOCONVERTER_H
 #define DATAPROCESS_AUDIOCONVERTER_H
 
+#include "AudioResampler.h"
 #include "DataProcessExport.h"
 
 class DP_API CAudioConverter {
@@ -42,8 +51,25 @@ public:
     // Samples waiting in the FIFO.
     int GetValidSize() const;
     // Empties the FIFO. The interpolation history and the shared carry are
-    // kept.
+    // kept (in the high-quality mode, the filter's state).
     void Reset();
+
+    // Chooses the rate conversion (AUDIO_RESAMPLER_LINEAR or _HQ) before
+    // the first Put; returns 1 when it is in use, 0 when it was refused: an
+    // unknown mode, a converter that has already converted, or a stream the
+    // high-quality mode cannot serve (a build without libsoxr, no or more
+    // than AUDIO_RESAMPLER_HQ_MAX_CHANNELS output channels, a rate of 0 or
+    // below, rates more than 1024 times apart). A refusal logs one line
+    // (OrvLogEx) and leaves the mode as it was.
+    int SetResampler(int nMode);
+    // The mode in use.
+    int GetResampler() const;
+    // Ends the stream: the high-quality mode appends the samples it still
+    // holds back (the stream's total is then round(input frames x output
+    // rate / input rate) frames) and takes the next Put as the start of a
+    // new stream; the linear mode holds nothing back. Returns the new
+    // number of valid samples.
+    int Flush();
 
     // The conversion behind Put: writes the converted samples at the end of
     // the FIFO and returns how many were written, without counting them as
@@ -54,6 +80,8 @@ private:
     bool Grow(long long nGrow);
     bool EnsureCapacity(long long nNeeded);
     int ConvertChannels(const short* pSrc, int nCount, short* pW) const;
+    int ConvertHq(const short* pSrc, int nCount);
+    int AppendHqOutput();
 
     short* pOutBuf;  // output FIFO, oldest sample first
     short* pWorkBuf; // history region, then this call's channel-converted input
@@ -63,6 +91,10 @@ private:
     int nDstChannels;
     int nSrcRate;
     int nDstRate;
+    int nResampler; // AUDIO_RESAMPLER_LINEAR or _HQ
+    bool bStarted;  // Put has converted something
+    struct HqState;
+    HqState* pHq;   // the high-quality mode's state, when it converts the rate
 };
 
 // Mixes nSrcCount buffers of nSamples samples each into pDst with a limiter:

@@ -10,7 +10,9 @@
 
 #include "AudioConverter.h"
 #include "AudioEvenProcess.h"
+#include "AudioTimeMap.h"
 #include "Frame.h"
+#include "OrvLog.h"
 
 namespace {
 
@@ -47,7 +49,8 @@ AudioProcess::AudioProcess(AudioDecoder* pDecoder_, int nSampleRate, int nChanne
                            unsigned int bEven)
     : pSource(pDecoder_), pDecoder(pDecoder_), nVolume(100), pAudioInfo(nullptr), pAudioStreamInfo(nullptr),
       pConverter(nullptr), pOutFrame(nullptr), nOutFrameSize(0), dFadeInStart(0.0), dFadeInEnd(0.0),
-      dFadeOutStart(0.0), dFadeOutEnd(0.0), llTotalDuration(0)
+      dFadeOutStart(0.0), dFadeOutEnd(0.0), llTotalDuration(0), nResampler(AUDIO_RESAMPLER_LINEAR),
+      pTimeMap(nullptr), llFramesOut(0), bFlushed(false)
 {
     std::unique_ptr<AudioInfo> info;
     std::unique_ptr<AudioStreamInfo> stream;
@@ -83,6 +86,7 @@ AudioProcess::~AudioProcess()
     delete pAudioInfo;
     delete pAudioStreamInfo;
     delete pConverter;
+    delete pTimeMap;
     ReleaseAudioFrame(pOutFrame);
     if (pSource != pDecoder)
         delete pSource;
@@ -145,6 +149,30 @@ int AudioProcess::GetFadeInOutVolum(const MEDIA_FRAME*& pFrame, int nVolume_)
     return TruncToInt(nVolume_ * (1e7 * dFadeOutEnd - T) / span);
 }
 
+int AudioProcess::SetResampler(int nMode)
+{
+    if (nMode != AUDIO_RESAMPLER_LINEAR && nMode != AUDIO_RESAMPLER_HQ) {
+        OrvLogEx(L"AudioProcess: unknown resampler %d (0 linear, 1 hq); the mode is unchanged", nMode);
+        return 0;
+    }
+    if (pConverter) {
+        if (pConverter->GetResampler() == nMode)
+            return 1;
+        OrvLogEx(L"AudioProcess: the resampler is chosen before the first block; the %s resampler stays in use",
+                 pConverter->GetResampler() == AUDIO_RESAMPLER_HQ ? "hq" : "linear");
+        return 0;
+    }
+    if (!DPAudioResamplerAvailable(nMode)) {
+        OrvLogEx(L"AudioProcess: the hq resampler is not in this build (DataProcess was built without libsoxr); the "
+                 L"linear resampler stays in use");
+        return 0;
+    }
+    nResampler = nMode;
+    return 1;
+}
+
+int AudioProcess::GetResampler() const { return pConverter ? pConverter->GetResampler() : nResampler; }
+
 MEDIA_FRAME* AudioProcess::GetNextFrame()
 {
     const AudioInfo* info = GetAudioInfo();
@@ -165,7 +193,8 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
     MEDIA_FRAME* result = nullptr;
     for (;;) {
         frame = pSource->GetNextFrame();
-        if (!frame && !haveGather)
+        // At the end the high-quality mode still owes its resampler's tail.
+        if (!frame && !haveGather && (!pTimeMap || bFlushed))
             return nullptr;
         if (frame) {
             if (start == -1)
@@ -179,10 +208,26 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
                 std::unique_ptr<CAudioConverter> conv(new CAudioConverter(
                     frame->nChannels, pAudioInfo->nChannels, frame->nSampleRate, pAudioInfo->nSampleRate,
                     kConverterBufSize));
+                std::unique_ptr<dp_audio::AudioTimeMap> map;
+                if (nResampler == AUDIO_RESAMPLER_HQ && conv->SetResampler(AUDIO_RESAMPLER_HQ) &&
+                    frame->nSampleRate != pAudioInfo->nSampleRate)
+                    map.reset(new dp_audio::AudioTimeMap(frame->nSampleRate, frame->nChannels,
+                                                         pAudioInfo->nSampleRate));
                 pOutFrame = CreateAudioFrame(pAudioInfo->nSampleRate, pAudioInfo->nChannels,
                                              pAudioInfo->nBitsPerSample, kOutFrameSize);
                 nOutFrameSize = kOutFrameSize;
                 pConverter = conv.release();
+                pTimeMap = map.release();
+            }
+            if (pTimeMap) {
+                if (bFlushed) {
+                    // A block after the end (a seek back, say) starts a new stream.
+                    pTimeMap->Restart();
+                    llFramesOut = 0;
+                    bFlushed = false;
+                }
+                const int bytes = frame->pData && frame->nDataSize > 0 ? frame->nDataSize : 0;
+                pTimeMap->AddBlock({frame->llStartTime, frame->llStopTime}, SampleCount(bytes, bytesPerSample));
             }
         }
         if (!pConverter) {
@@ -220,6 +265,10 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
             pConverter->Put(reinterpret_cast<const short*>(gather), SampleCount(used, bytesPerSample));
             haveGather = false;
             used = 0;
+            if (pTimeMap) {
+                pConverter->Flush();
+                bFlushed = true;
+            }
         }
 
         int valid = pConverter->GetValidSize();
@@ -237,6 +286,17 @@ MEDIA_FRAME* AudioProcess::GetNextFrame()
         pOutFrame->llStartTime = start;
         pOutFrame->llStopTime = stop;
         pOutFrame->nDuration = static_cast<int32_t>(duration);
+        if (pTimeMap && got > 0) {
+            // Stamped by where its first sample belongs; the resampler's
+            // output is whole frames, and the duration is their length.
+            const int64_t frames = got / pAudioInfo->nChannels;
+            const dp_audio::AudioTimeMap::Stamps t = pTimeMap->TimeOf(llFramesOut);
+            llFramesOut += frames;
+            pOutFrame->llStartTime = t.start;
+            pOutFrame->llStopTime = t.stop;
+            pOutFrame->nDuration = static_cast<int32_t>(std::min<int64_t>(
+                std::llround(static_cast<double>(frames) * 1e7 / pAudioInfo->nSampleRate), INT32_MAX));
+        }
         if (pOutFrame->nDataSize != 0) {
             result = pOutFrame;
             break;

@@ -4,17 +4,25 @@
 // the timeline has no holes or overlaps, scale the volume and apply linear
 // fades by time stamp.
 //
+// The sample rate is converted by linear interpolation unless
+// SetResampler(AUDIO_RESAMPLER_HQ) chose libsoxr's high-quality resampler
+// (AudioResampler.h) before the first block.
+//
 // One thread drives a stage; the setters take effect with the next frame.
 #ifndef DATAPROCESS_AUDIOPROCESS_H
 #define DATAPROCESS_AUDIOPROCESS_H
 
 #include <stdint.h>
 
+#include "AudioResampler.h"
 #include "DataProcessExport.h"
 #include "Decoder.h"
 #include "MediaTypes.h"
 
 class CAudioConverter;
+namespace dp_audio {
+class AudioTimeMap;
+}
 
 class DP_API AudioProcess : public AudioDecoder {
 public:
@@ -38,6 +46,13 @@ public:
     // stage and is valid until the next call or destruction; without
     // conversion it is the source's own block, changed in place by volume
     // and fades.
+    // In the linear mode a converted block is stamped with the start and
+    // stop times of the first source block read for it and carries the sum
+    // of their durations. In the high-quality mode (with a rate change) its
+    // start is the time of its first sample, taken from the source block
+    // that sample comes from (its stop time moved by the same offset), and
+    // its duration is its own length; when the source ends, the resampler's
+    // tail comes out as one more block before the null.
     MEDIA_FRAME* GetNextFrame() override;
     double GetOffset() const override;
     // The stage's own records when it converts, else the source's.
@@ -57,6 +72,19 @@ public:
     // at the frame's start time.
     int GetFadeInOutVolum(const MEDIA_FRAME*& pFrame, int nVolume);
 
+    // Chooses the rate conversion, AUDIO_RESAMPLER_LINEAR (the default) or
+    // AUDIO_RESAMPLER_HQ, before the first block is read. Returns 1 when
+    // chosen; 0 (with one line in the log, OrvLogEx) for an unknown mode, a
+    // stage that has already converted, or AUDIO_RESAMPLER_HQ in a build
+    // without libsoxr. A stream the high-quality mode cannot serve (see
+    // AudioResampler.h) is converted linearly, logged when its first block
+    // arrives.
+    int SetResampler(int nMode);
+    // The mode chosen, and once the first block is converted the mode in
+    // use (AUDIO_RESAMPLER_LINEAR when the high-quality one could not serve
+    // the stream).
+    int GetResampler() const;
+
 private:
     AudioDecoder* pSource;              // the decoder or the AudioEvenProcess in front of it
     AudioDecoder* pDecoder;             // the caller's decoder, never deleted here
@@ -71,6 +99,10 @@ private:
     double dFadeOutStart;
     double dFadeOutEnd;
     int64_t llTotalDuration; // sum of the nDuration of every source frame read
+    int32_t nResampler;                 // the mode asked for
+    dp_audio::AudioTimeMap* pTimeMap;   // output stamps, when the high-quality mode converts the rate
+    int64_t llFramesOut;                // output frames of the stream handed out (high-quality mode)
+    bool bFlushed;                      // the source ended and the resampler's tail was taken
 };
 
 // Scale nCount 16-bit samples in place by nVolume percent, clamped to

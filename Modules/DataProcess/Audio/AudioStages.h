@@ -5,5 +5,6 @@
 #include "AudioConverter.h"
 #include "AudioEvenProcess.h"
 #include "AudioProcess.h"
+#include "AudioResampler.h"
 
 #endif // DATAPROCESS_AUDIOSTAGES_H

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -72,7 +73,90 @@ void BlendChroma_C(uint8_t* dstU, uint8_t* dstV, const uint8_t* markU, const uin
     }
 }
 
-const WatermarkKernels kWatermarkReference = {BlendLuma_C, BlendChroma_C};
+void BlendLumaSplit_C(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent)
+{
+    for (int c = 0; c < n; ++c) {
+        const int64_t a = ScaledAlpha(alpha, c, percent);
+        dst[c] = static_cast<unsigned char>(mark[c] * a / 255 + dst[c] * (255 - a) / 255);
+    }
+}
+
+const WatermarkKernels kWatermarkReference = {BlendLuma_C, BlendChroma_C, BlendLumaSplit_C};
+
+// A watermark placed at (X, Y) of a frame, every plane addressed with its
+// width as pitch (AddWaterMark by alignment).
+struct AlignedMark {
+    MEDIA_FRAME* dst;
+    const MEDIA_FRAME* mark;
+    int64_t W, X, Y, w, cw, mcw, lumaSize, chromaSize;
+    int percent;
+
+    AlignedMark(MEDIA_FRAME* d, const MEDIA_FRAME* mk, int64_t x, int64_t y, int p)
+        : dst(d), mark(mk), W(d->nWidth), X(x), Y(y), w(mk->nWidth), cw((W + 1) / 2), mcw((w + 1) / 2),
+          lumaSize(W * d->nHeight), chromaSize(cw * ((d->nHeight + 1) / 2)), percent(p)
+    {
+    }
+
+    // Watermark row r, columns cBegin .. cEnd - 1, pixel by pixel; its
+    // chroma (even rows and columns) goes to destination chroma row chromaRow.
+    void Pixels(int64_t r, int64_t chromaRow, int64_t cBegin, int64_t cEnd) const
+    {
+        const ptrdiff_t markOff = static_cast<ptrdiff_t>(r * w);
+        const ptrdiff_t markChroma = static_cast<ptrdiff_t>((r / 2) * mcw);
+        const int64_t dstRow = (Y + r) * W + X;
+        for (int64_t c = cBegin; c < cEnd; ++c) {
+            const int64_t a = ScaledAlpha(mark->pAlpha, markOff + c, percent);
+            const int64_t off = dstRow + c;
+            if (off >= 0 && off < lumaSize) {
+                unsigned char& d = dst->pY[off];
+                // Two separately truncated quotients, unlike AddWaterMarkEx.
+                d = static_cast<unsigned char>(mark->pY[markOff + c] * a / 255 + d * (255 - a) / 255);
+            }
+            if ((r & 1) == 0 && (c & 1) == 0) {
+                const int64_t coff = chromaRow * cw + (X + c) / 2;
+                if (coff >= 0 && coff < chromaSize) {
+                    unsigned char& u = dst->pU[coff];
+                    unsigned char& v = dst->pV[coff];
+                    u = static_cast<unsigned char>((mark->pU[markChroma + c / 2] * a + u * (255 - a)) / 255);
+                    v = static_cast<unsigned char>((mark->pV[markChroma + c / 2] * a + v * (255 - a)) / 255);
+                }
+            }
+        }
+    }
+
+    // True when no destination plane overlaps another plane of either
+    // frame (the row kernels then see the reads and writes of the
+    // per-pixel loop in the same order).
+    bool PlanesApart() const
+    {
+        const int64_t h = mark->nHeight;
+        const int64_t markLuma = w * h, markChroma = mcw * ((h + 1) / 2);
+        struct Span {
+            uintptr_t at;
+            int64_t size;
+        };
+        auto at = [](const void* p) { return reinterpret_cast<uintptr_t>(p); };
+        const Span writes[] = {{at(dst->pY), lumaSize}, {at(dst->pU), chromaSize}, {at(dst->pV), chromaSize}};
+        const Span all[] = {writes[0],
+                            writes[1],
+                            writes[2],
+                            {at(mark->pY), markLuma},
+                            {at(mark->pU), markChroma},
+                            {at(mark->pV), markChroma},
+                            {at(mark->pAlpha), mark->pAlpha ? markLuma : 0}};
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 7; ++j) {
+                if (i == j || writes[i].size <= 0 || all[j].size <= 0)
+                    continue;
+                const Span& a = writes[i];
+                const Span& b = all[j];
+                if (a.at < b.at + static_cast<uintptr_t>(b.size) && b.at < a.at + static_cast<uintptr_t>(a.size))
+                    return false;
+            }
+        return true;
+    }
+};
+
 
 } // namespace
 
@@ -124,31 +208,45 @@ void AddWaterMark(MEDIA_FRAME* pDst, MEDIA_FRAME* pMark, tagRECT* pRect, int nPe
     // done (the watermark is meant to fit): a pixel whose address falls
     // outside its destination plane is left out, while a row running past
     // the frame's right edge continues into the next row as it always did.
-    const int64_t cw = (W + 1) / 2, ch = (H + 1) / 2, mcw = (w + 1) / 2;
-    const int64_t lumaSize = W * H, chromaSize = cw * ch;
+    const AlignedMark m(pDst, pMark, X, Y, nPercent);
+    // The watermark's last row is never drawn (kept deliberately).
+    if (DpActiveSimdLevel() == 0 || !m.PlanesApart()) {
+        int64_t chromaRow = (Y + 1) / 2;
+        for (int64_t r = 0; r + 1 < h; ++r) {
+            m.Pixels(r, chromaRow, 0, w);
+            if ((r & 1) == 0)
+                ++chromaRow;
+        }
+        return;
+    }
+    // The same work a row at a time through the row kernels. Columns left
+    // of the frame's edge (X + c < 0, a watermark wider than the frame) go
+    // pixel by pixel first: there two chroma samples can share an address.
+    const WatermarkKernels& k = GetWatermarkKernels();
+    const int64_t split = X < 0 ? (-X < w ? -X : w) : 0;
+    const int64_t firstEven = split + (split & 1);
+    const int64_t chromaCount = firstEven < w ? (w - firstEven + 1) / 2 : 0;
     const unsigned char* markA = pMark->pAlpha;
     int64_t chromaRow = (Y + 1) / 2;
-    // The watermark's last row is never drawn (kept deliberately).
     for (int64_t r = 0; r + 1 < h; ++r) {
-        const ptrdiff_t markOff = static_cast<ptrdiff_t>(r * w);
-        const ptrdiff_t markChroma = static_cast<ptrdiff_t>((r / 2) * mcw);
+        m.Pixels(r, chromaRow, 0, split);
+        const int64_t markOff = r * w;
         const int64_t dstRow = (Y + r) * W + X;
-        for (int64_t c = 0; c < w; ++c) {
-            const int64_t a = ScaledAlpha(markA, markOff + c, nPercent);
-            const int64_t off = dstRow + c;
-            if (off >= 0 && off < lumaSize) {
-                unsigned char& d = pDst->pY[off];
-                // Two separately truncated quotients, unlike AddWaterMarkEx.
-                d = static_cast<unsigned char>(pMark->pY[markOff + c] * a / 255 + d * (255 - a) / 255);
-            }
-            if ((r & 1) == 0 && (c & 1) == 0) {
-                const int64_t coff = chromaRow * cw + (X + c) / 2;
-                if (coff >= 0 && coff < chromaSize) {
-                    unsigned char& u = pDst->pU[coff];
-                    unsigned char& v = pDst->pV[coff];
-                    u = static_cast<unsigned char>((pMark->pU[markChroma + c / 2] * a + u * (255 - a)) / 255);
-                    v = static_cast<unsigned char>((pMark->pV[markChroma + c / 2] * a + v * (255 - a)) / 255);
-                }
+        const int64_t lo = std::max(split, -dstRow), hi = std::min(w, m.lumaSize - dstRow);
+        if (lo < hi)
+            k.blendLumaSplit(pDst->pY + (dstRow + lo), pMark->pY + (markOff + lo),
+                             markA ? markA + (markOff + lo) : nullptr, static_cast<int>(hi - lo), nPercent);
+        if ((r & 1) == 0 && chromaCount > 0) {
+            // Sample j of the row: column c = firstEven + 2j, address
+            // start + j (X + c >= 0, so the halves are floors).
+            const int64_t start = chromaRow * m.cw + (X + firstEven) / 2;
+            const int64_t jLo = std::max<int64_t>(0, -start), jHi = std::min(chromaCount, m.chromaSize - start);
+            if (jLo < jHi) {
+                const int64_t c = firstEven + 2 * jLo;
+                const int64_t markChroma = (r / 2) * m.mcw + c / 2;
+                k.blendChroma(pDst->pU + (start + jLo), pDst->pV + (start + jLo), pMark->pU + markChroma,
+                              pMark->pV + markChroma, markA ? markA + (markOff + c) : nullptr,
+                              static_cast<int>(jHi - jLo), nPercent);
             }
         }
         if ((r & 1) == 0)

@@ -3,7 +3,9 @@
 // WatermarkBlendSimd.cpp, chosen by the SIMD level (KernelDispatch.h).
 //
 // With a = alpha * percent / 100 (alpha 255 where the picture has none):
-//   d = (m * a + d * (255 - a)) / 255
+//   d = (m * a + d * (255 - a)) / 255                 (blendLuma, blendChroma)
+//   d = m * a / 255 + d * (255 - a) / 255             (blendLumaSplit: the
+//       placement by alignment, two separately truncated quotients)
 #ifndef DATAPROCESS_WATERMARKKERNELS_H
 #define DATAPROCESS_WATERMARKKERNELS_H
 
@@ -18,6 +20,8 @@ struct WatermarkKernels {
     // markV[k] with the alpha of luma sample 2k (alpha[2k]).
     void (*blendChroma)(uint8_t* dstU, uint8_t* dstV, const uint8_t* markU, const uint8_t* markV,
                         const uint8_t* alpha, int n, int percent);
+    // n luma samples with two truncated quotients: dst[c] from mark[c] with alpha[c].
+    void (*blendLumaSplit)(uint8_t* dst, const uint8_t* mark, const uint8_t* alpha, int n, int percent);
 };
 
 const WatermarkKernels& GetWatermarkKernels();

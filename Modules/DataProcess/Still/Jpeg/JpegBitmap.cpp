@@ -72,19 +72,15 @@ bool load_bitmap(const char* bmp, LoadedBitmap* out)
 
     // At most 65536 * 65536 * 3 bytes: no overflow of a 64-bit size_t.
     unsigned char* rgb = static_cast<unsigned char*>(std::malloc(buffer_row * padded_height));
-    unsigned char* scratch = static_cast<unsigned char*>(std::malloc(buffer_row));
-    if (!rgb || !scratch) {
-        std::free(rgb);
-        std::free(scratch);
+    if (!rgb)
         return false;
-    }
 
-    // File rows go to buffer rows in file order (bottom-up); the columns
-    // beyond the picture repeat its last pixel.
+    // File rows (bottom-up) go straight to their top-down buffer rows; the
+    // columns beyond the picture repeat its last pixel.
     const size_t row_padding = file_stride - row_bytes;
     bool ok = true;
     for (size_t r = 0; r < h && ok; ++r) {
-        unsigned char* row = rgb + r * buffer_row;
+        unsigned char* row = rgb + (size_t(h) - 1 - r) * buffer_row;
         if (std::fread(row, 1, row_bytes, file.fp) != row_bytes) {
             ok = false;
             continue;
@@ -97,20 +93,12 @@ bool load_bitmap(const char* bmp, LoadedBitmap* out)
     }
     if (!ok) {
         std::free(rgb);
-        std::free(scratch);
         return false;
     }
 
-    // Turn the picture rows top-down, then repeat the last picture row in
-    // the padding rows below it.
-    for (size_t top = 0, bottom = size_t(h) - 1; top < bottom; ++top, --bottom) {
-        std::memcpy(scratch, rgb + top * buffer_row, buffer_row);
-        std::memcpy(rgb + top * buffer_row, rgb + bottom * buffer_row, buffer_row);
-        std::memcpy(rgb + bottom * buffer_row, scratch, buffer_row);
-    }
+    // Repeat the last picture row in the padding rows below it.
     for (size_t r = h; r < padded_height; ++r)
         std::memcpy(rgb + r * buffer_row, rgb + (size_t(h) - 1) * buffer_row, buffer_row);
-    std::free(scratch);
 
     out->rgb = rgb;
     out->padded_width = padded_width;
