@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build test test-levels demo asan tsan fuzz bench bench-batch clean
+.PHONY: all deps configure build test test-levels test-arm64 demo asan tsan fuzz bench bench-batch clean
 
 all: build
 
@@ -29,6 +29,11 @@ test-levels: build
 	    DP_SIMD=$$level ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS) || exit 1; \
 	  fi; \
 	done
+
+# The arm64 cross build under qemu-user: the whole suite at the reference,
+# NEON and SVE levels, SVE at 128 to 2048 bits (scripts/test-arm64.sh).
+test-arm64:
+	@JOBS=$(JOBS) bash scripts/test-arm64.sh
 
 demo: build
 	@$(BUILD_DIR)/Tools/dataprocess/dataprocess demo --out out
@@ -87,4 +92,4 @@ bench-batch: build
 	@DP_TOOL=$(BUILD_DIR)/Tools/dataprocess/dataprocess PYTHONPATH=$(BUILD_DIR)/python /usr/bin/python3 benchmarks/batch_bench.py $(BENCH_ARGS)
 
 clean:
-	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench
+	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench build-arm64

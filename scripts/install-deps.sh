@@ -6,6 +6,8 @@
 #   scripts/install-deps.sh bench      + the peer libraries (and the sox program) the benchmark compares with
 #   scripts/install-deps.sh fuzz       + clang and libFuzzer for the fuzz targets
 #   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs, to look at what the tool wrote
+#   scripts/install-deps.sh arm64      + the arm64 cross compiler, arm64 Highway/GoogleTest/libjpeg
+#                                        (Debian multiarch) and qemu-user to run the result
 #
 # The library itself needs only the C and C++ runtimes; Highway (SIMD
 # kernels) and libsoxr (the audio stages' high-quality resampler) are
@@ -23,9 +25,19 @@ for group in "$@"; do
     bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev sox ffmpeg python3-av) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
     probe) packages+=(ffmpeg) ;;
-    *) echo "install-deps.sh: unknown group '$group' (bench, fuzz, probe)" >&2; exit 2 ;;
+    arm64) packages+=(g++-aarch64-linux-gnu qemu-user-static libhwy-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
+                      libjpeg62-turbo-dev:arm64)
+           need_arm64=1 ;;
+    *) echo "install-deps.sh: unknown group '$group' (bench, fuzz, probe, arm64)" >&2; exit 2 ;;
   esac
 done
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+if [ -n "${need_arm64:-}" ] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+  echo "Adding the arm64 architecture to dpkg (multiarch)" >&2
+  $SUDO dpkg --add-architecture arm64
+fi
 
 missing=()
 for p in "${packages[@]}"; do
@@ -35,8 +47,6 @@ if [ ${#missing[@]} -eq 0 ]; then
   exit 0
 fi
 echo "Installing: ${missing[*]}" >&2
-SUDO=""
-if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
 export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update -qq >/dev/null || echo "warning: apt-get update failed; trying the install anyway" >&2
 $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -85,7 +85,6 @@ HWY_INLINE void StoreRow24(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
 template <bool Alpha255>
 HWY_INLINE void StoreRow32(const uint8_t* y, uint8_t* dst, VI rv, VI gv, VI bv)
 {
-    const DI di;
     const hn::RebindToUnsigned<DI> du;
     const hn::Repartition<uint8_t, DI> dbytes;
     const VI y9 = hn::Mul(Widen(hn::LoadU(D8(), y)), K(9536));
@@ -379,40 +378,33 @@ HWY_INLINE VI LoadPixelWords(const uint8_t* src)
     return hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(dbytes, kSpread)));
 }
 
-// k_g * green + k_r * red + k_b * blue per pixel as pairwise 16-bit
-// products summed into 32 bits: (green, red) and (blue, 0) are the two
-// 16-bit halves of two lanes. Every coefficient and sample fits int16, every
-// sum int32, and sums of integers do not depend on their order.
-struct Weighted {
-    hn::Vec<hn::Repartition<int16_t, DI>> gr, b0;
-};
-
-HWY_INLINE Weighted Split(VI p)
-{
-    const hn::Repartition<int16_t, DI> d16;
-    // Green moves to the low half; red stays in the high half.
-    const VI gr = hn::Or(hn::And(hn::ShiftRight<8>(p), K(0xFF)), hn::And(p, K(0xFF0000)));
-    return Weighted{hn::BitCast(d16, gr), hn::BitCast(d16, hn::And(p, K(0xFF)))};
-}
-
-HWY_INLINE VI Dot(const Weighted& w, int16_t kg, int16_t kr, int16_t kb)
+// k_g * green + k_r * red + k_b * blue per pixel (p: a pixel word) as
+// pairwise 16-bit products summed into 32 bits: (green, red) and (blue, 0)
+// are the two 16-bit halves of two lanes. Every coefficient and sample fits
+// int16, every sum int32, and sums of integers do not depend on their order.
+// (The split is recomputed per use and merged by the compiler: SVE vectors
+// are sizeless and cannot be held in a struct.)
+HWY_INLINE VI Dot(VI p, int16_t kg, int16_t kr, int16_t kb)
 {
     const DI di;
     const hn::Repartition<int16_t, DI> d16;
+    // Green moves to the low half; red stays in the high half.
+    const auto gr = hn::BitCast(d16, hn::Or(hn::And(hn::ShiftRight<8>(p), K(0xFF)), hn::And(p, K(0xFF0000))));
+    const auto b0 = hn::BitCast(d16, hn::And(p, K(0xFF)));
     const auto cgr = hn::BitCast(d16, K(static_cast<int32_t>(static_cast<uint16_t>(kg)) | (static_cast<int32_t>(kr) * 65536)));
     const auto cb0 = hn::BitCast(d16, K(static_cast<int32_t>(static_cast<uint16_t>(kb))));
     VI s1 = hn::Zero(di), s2 = hn::Zero(di);
-    const VI a = hn::RearrangeToOddPlusEven(hn::ReorderWidenMulAccumulate(di, w.gr, cgr, hn::Zero(di), s1), s1);
-    const VI b = hn::RearrangeToOddPlusEven(hn::ReorderWidenMulAccumulate(di, w.b0, cb0, hn::Zero(di), s2), s2);
+    const VI a = hn::RearrangeToOddPlusEven(hn::ReorderWidenMulAccumulate(di, gr, cgr, hn::Zero(di), s1), s1);
+    const VI b = hn::RearrangeToOddPlusEven(hn::ReorderWidenMulAccumulate(di, b0, cb0, hn::Zero(di), s2), s2);
     return hn::Add(a, b);
 }
 
 // Y = ((8258 G + 4211 R + 1606 B) >> 14) + 16.
-HWY_INLINE VI Luma(const Weighted& w) { return hn::Add(hn::ShiftRight<14>(Dot(w, 8258, 4211, 1606)), K(16)); }
+HWY_INLINE VI Luma(VI p) { return hn::Add(hn::ShiftRight<14>(Dot(p, 8258, 4211, 1606)), K(16)); }
 // U = ((7193 B - (2425 R + 4768 G)) >> 14) + 128.
-HWY_INLINE VI ChromaU(const Weighted& w) { return hn::Add(hn::ShiftRight<14>(Dot(w, -4768, -2425, 7193)), K(128)); }
+HWY_INLINE VI ChromaU(VI p) { return hn::Add(hn::ShiftRight<14>(Dot(p, -4768, -2425, 7193)), K(128)); }
 // V = ((7193 R - (6029 G + 1163 B)) >> 14) + 128.
-HWY_INLINE VI ChromaV(const Weighted& w) { return hn::Add(hn::ShiftRight<14>(Dot(w, -6029, 7193, -1163)), K(128)); }
+HWY_INLINE VI ChromaV(VI p) { return hn::Add(hn::ShiftRight<14>(Dot(p, -6029, 7193, -1163)), K(128)); }
 
 template <int Bpp, bool WithAlpha>
 void RgbToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
@@ -424,24 +416,26 @@ void RgbToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_
     int i = 0;
     // 24-bit steps read 4 bytes past their pixels: one pair must follow.
     for (; i + n + (Bpp == 3 ? 1 : 0) <= pairs; i += n) {
-        VI su[2], sv[2];
-        for (int h = 0; h < 2; ++h) {
+        // Two halves of n pixels (named vectors: SVE vectors cannot be array elements).
+        const auto half = [&](int h, VI& su, VI& sv) {
             const int x = 2 * i + h * n;
-            const VI q0 = LoadPixelWords<Bpp>(src0 + x * Bpp), q1 = LoadPixelWords<Bpp>(src1 + x * Bpp);
-            const Weighted p0 = Split(q0), p1 = Split(q1);
+            const VI p0 = LoadPixelWords<Bpp>(src0 + x * Bpp), p1 = LoadPixelWords<Bpp>(src1 + x * Bpp);
             hn::StoreU(Narrow(Luma(p0)), d8, y0 + x);
             hn::StoreU(Narrow(Luma(p1)), d8, y1 + x);
             if (WithAlpha) {
                 const hn::RebindToUnsigned<DI> du;
-                hn::StoreU(Narrow(hn::BitCast(di, hn::ShiftRight<24>(hn::BitCast(du, q0)))), d8, a0 + x);
-                hn::StoreU(Narrow(hn::BitCast(di, hn::ShiftRight<24>(hn::BitCast(du, q1)))), d8, a1 + x);
+                hn::StoreU(Narrow(hn::BitCast(di, hn::ShiftRight<24>(hn::BitCast(du, p0)))), d8, a0 + x);
+                hn::StoreU(Narrow(hn::BitCast(di, hn::ShiftRight<24>(hn::BitCast(du, p1)))), d8, a1 + x);
             }
-            su[h] = hn::Add(ChromaU(p0), ChromaU(p1));
-            sv[h] = hn::Add(ChromaV(p0), ChromaV(p1));
-        }
+            su = hn::Add(ChromaU(p0), ChromaU(p1));
+            sv = hn::Add(ChromaV(p0), ChromaV(p1));
+        };
+        VI su0, sv0, su1, sv1;
+        half(0, su0, sv0);
+        half(1, su1, sv1);
         // The block sums: each pixel pair's two columns added, then >> 2.
-        const VI bu = hn::ShiftRight<2>(hn::Add(hn::ConcatEven(di, su[1], su[0]), hn::ConcatOdd(di, su[1], su[0])));
-        const VI bv = hn::ShiftRight<2>(hn::Add(hn::ConcatEven(di, sv[1], sv[0]), hn::ConcatOdd(di, sv[1], sv[0])));
+        const VI bu = hn::ShiftRight<2>(hn::Add(hn::ConcatEven(di, su1, su0), hn::ConcatOdd(di, su1, su0)));
+        const VI bv = hn::ShiftRight<2>(hn::Add(hn::ConcatEven(di, sv1, sv0), hn::ConcatOdd(di, sv1, sv0)));
         hn::StoreU(Narrow(bu), d8, u + i);
         hn::StoreU(Narrow(bv), d8, v + i);
     }
@@ -666,20 +660,20 @@ void PackedToI420Row2(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uin
     // Per 16-bit lane the luma byte and the chroma byte; chroma lanes
     // alternate U and V. (a + b) >> 1 of two rows' chroma fits 16 bits.
     for (; i + 8 <= pairs; i += 8) {
-        hn::Vec<W8> w0[2], w1[2];
-        for (int h = 0; h < 2; ++h) {
-            w0[h] = hn::BitCast(d16, hn::LoadU(d8, src0 + 4 * i + 16 * h));
-            w1[h] = hn::BitCast(d16, hn::LoadU(d8, src1 + 4 * i + 16 * h));
-        }
+        // wRH: row R, half H (named vectors: SVE vectors cannot be array elements).
+        const auto w00 = hn::BitCast(d16, hn::LoadU(d8, src0 + 4 * i));
+        const auto w01 = hn::BitCast(d16, hn::LoadU(d8, src0 + 4 * i + 16));
+        const auto w10 = hn::BitCast(d16, hn::LoadU(d8, src1 + 4 * i));
+        const auto w11 = hn::BitCast(d16, hn::LoadU(d8, src1 + 4 * i + 16));
         const auto lumaOf = [&](hn::Vec<W8> w) { return bYUY2 ? hn::And(w, hn::Set(d16, 0xFF)) : hn::ShiftRight<8>(w); };
         const auto chromaOf = [&](hn::Vec<W8> w) { return bYUY2 ? hn::ShiftRight<8>(w) : hn::And(w, hn::Set(d16, 0xFF)); };
         const auto narrow = [&](hn::Vec<W8> lo, hn::Vec<W8> hi) {
             return hn::Combine(d8, hn::DemoteTo(d8h, hn::BitCast(di16, hi)), hn::DemoteTo(d8h, hn::BitCast(di16, lo)));
         };
-        hn::StoreU(narrow(lumaOf(w0[0]), lumaOf(w0[1])), d8, y0 + 2 * i);
-        hn::StoreU(narrow(lumaOf(w1[0]), lumaOf(w1[1])), d8, y1 + 2 * i);
-        const auto c0 = hn::ShiftRight<1>(hn::Add(chromaOf(w0[0]), chromaOf(w1[0]))); // U V U V of pairs i..i+3
-        const auto c1 = hn::ShiftRight<1>(hn::Add(chromaOf(w0[1]), chromaOf(w1[1]))); // pairs i+4..i+7
+        hn::StoreU(narrow(lumaOf(w00), lumaOf(w01)), d8, y0 + 2 * i);
+        hn::StoreU(narrow(lumaOf(w10), lumaOf(w11)), d8, y1 + 2 * i);
+        const auto c0 = hn::ShiftRight<1>(hn::Add(chromaOf(w00), chromaOf(w10))); // U V U V of pairs i..i+3
+        const auto c1 = hn::ShiftRight<1>(hn::Add(chromaOf(w01), chromaOf(w11))); // pairs i+4..i+7
         const auto us = hn::ConcatEven(d16, c1, c0), vs = hn::ConcatOdd(d16, c1, c0);
         hn::StoreU(hn::DemoteTo(d8h, hn::BitCast(di16, us)), d8h, u + i);
         hn::StoreU(hn::DemoteTo(d8h, hn::BitCast(di16, vs)), d8h, v + i);
@@ -715,7 +709,7 @@ void Rgb24ToPackedRow(const uint8_t* src, uint8_t* dst, int pairs, int bYUY2)
     int i = 0;
     // Reading 24-bit pixels takes 4 bytes more than the step's: a pair must follow.
     for (; i + n / 2 + 1 <= pairs; i += n / 2) {
-        const Weighted w = Split(LoadPixelWords<3>(src + 6 * i));
+        const VI w = LoadPixelWords<3>(src + 6 * i);
         const VI y = Luma(w), u = ChromaU(w), v = ChromaV(w);
         const VI su = hn::Add(hn::DupEven(u), hn::DupOdd(u)), sv = hn::Add(hn::DupEven(v), hn::DupOdd(v));
         const VI c = hn::ShiftRight<1>(hn::OddEven(sv, su)); // U on even pixels, V on odd ones

@@ -20,10 +20,16 @@ namespace hn = hwy::HWY_NAMESPACE;
 #if DP_SIMD_TARGET_USED
 
 // All bytes of a vector in reverse order: bytes reversed inside each 64-bit
-// lane, then the 64-bit lanes reversed.
+// lane, then the 64-bit lanes reversed. SVE reverses bytes in one step, at
+// any vector length (the index table below covers 64 bytes at most, and an
+// SVE vector may hold up to 256).
 template <class D8>
 HWY_INLINE hn::Vec<D8> ReverseBytes(D8 d8, hn::Vec<D8> v)
 {
+#if HWY_TARGET == HWY_SVE
+    return hn::Reverse(d8, v);
+#else
+    static_assert(HWY_MAX_BYTES <= 64, "the index table covers 64 bytes");
     const hn::Repartition<uint64_t, D8> d64;
     alignas(64) static constexpr uint8_t kIdx[64] = {
         7,  6,  5,  4,  3,  2,  1,  0,  15, 14, 13, 12, 11, 10, 9,  8,  7,  6,  5,  4,  3,  2,
@@ -31,6 +37,7 @@ HWY_INLINE hn::Vec<D8> ReverseBytes(D8 d8, hn::Vec<D8> v)
         11, 10, 9,  8,  7,  6,  5,  4,  3,  2,  1,  0,  15, 14, 13, 12, 11, 10, 9,  8};
     const auto within = hn::TableLookupBytes(v, hn::Load(d8, kIdx));
     return hn::BitCast(d8, hn::Reverse(d64, hn::BitCast(d64, within)));
+#endif
 }
 
 void MirrorRow(unsigned char* row, int n)

@@ -140,7 +140,7 @@ HWY_INLINE VU LoadPixels(const uint8_t* src)
 
 HWY_INLINE VU Channel(VU pixel, int b)
 {
-    return hn::And(pixel >> hn::Set(DU(), static_cast<uint32_t>(8 * b)), hn::Set(DU(), 255));
+    return hn::And(hn::ShiftRightSame(pixel, 8 * b), hn::Set(DU(), 255));
 }
 
 // Bilinear12 of lanes i.. of one sample set (one byte a lane).
@@ -162,7 +162,7 @@ HWY_INLINE VU BilinearColour(const Samples& s, int i, VU fy)
     VU colour = hn::Zero(du);
     for (int b = 0; b < 3; ++b) {
         const VU v = Lerp12(Lerp12(Channel(t0, b), Channel(t1, b), fx), Lerp12(Channel(b0, b), Channel(b1, b), fx), fy);
-        colour = hn::Or(colour, v << hn::Set(du, static_cast<uint32_t>(8 * b)));
+        colour = hn::Or(colour, hn::ShiftLeftSame(v, 8 * b));
     }
     return colour;
 }
@@ -227,7 +227,7 @@ HWY_INLINE VU BlendColour(VU d, VU colour, VU a)
     VU out = hn::Zero(DU());
     for (int b = 0; b < 3; ++b) {
         const VU v = Div255(hn::Add(hn::Mul(Channel(colour, b), a), hn::Mul(inv, Channel(d, b))));
-        out = hn::Or(out, v << hn::Set(DU(), static_cast<uint32_t>(8 * b)));
+        out = hn::Or(out, hn::ShiftLeftSame(v, 8 * b));
     }
     return out;
 }

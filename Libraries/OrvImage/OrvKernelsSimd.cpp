@@ -315,26 +315,28 @@ void NearestRow(uint8_t* dst, const uint8_t* src, const int32_t* xi, int n)
 
 // ---- exact quarter turns ----
 
-// Transposes an 8 x 8 byte block: rows r[0..7] (the low 8 bytes of each
-// vector) in, and out[j] holds column 2j in its low and column 2j + 1 in its
-// high 8 bytes.
-HWY_INLINE void Transpose8x8(const hn::Full128<uint8_t> d8, hn::Vec<hn::Full128<uint8_t>> r[8],
-                             hn::Vec<hn::Full128<uint8_t>> out[4])
+// Transposes an 8 x 8 byte block: rows r0 .. r7 (the low 8 bytes of each
+// vector) in, and oj holds column 2j in its low and column 2j + 1 in its
+// high 8 bytes. Named vectors rather than arrays: SVE vectors are sizeless
+// and cannot be array elements.
+template <class V>
+HWY_INLINE void Transpose8x8(const hn::Full128<uint8_t> d8, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, V& o0,
+                             V& o1, V& o2, V& o3)
 {
     const hn::Full128<uint16_t> d16;
     const hn::Full128<uint32_t> d32;
-    const auto t0 = hn::BitCast(d16, hn::InterleaveLower(d8, r[0], r[1]));
-    const auto t1 = hn::BitCast(d16, hn::InterleaveLower(d8, r[2], r[3]));
-    const auto t2 = hn::BitCast(d16, hn::InterleaveLower(d8, r[4], r[5]));
-    const auto t3 = hn::BitCast(d16, hn::InterleaveLower(d8, r[6], r[7]));
+    const auto t0 = hn::BitCast(d16, hn::InterleaveLower(d8, r0, r1));
+    const auto t1 = hn::BitCast(d16, hn::InterleaveLower(d8, r2, r3));
+    const auto t2 = hn::BitCast(d16, hn::InterleaveLower(d8, r4, r5));
+    const auto t3 = hn::BitCast(d16, hn::InterleaveLower(d8, r6, r7));
     const auto u0 = hn::BitCast(d32, hn::InterleaveLower(d16, t0, t1));
     const auto u1 = hn::BitCast(d32, hn::InterleaveUpper(d16, t0, t1));
     const auto u2 = hn::BitCast(d32, hn::InterleaveLower(d16, t2, t3));
     const auto u3 = hn::BitCast(d32, hn::InterleaveUpper(d16, t2, t3));
-    out[0] = hn::BitCast(d8, hn::InterleaveLower(d32, u0, u2));
-    out[1] = hn::BitCast(d8, hn::InterleaveUpper(d32, u0, u2));
-    out[2] = hn::BitCast(d8, hn::InterleaveLower(d32, u1, u3));
-    out[3] = hn::BitCast(d8, hn::InterleaveUpper(d32, u1, u3));
+    o0 = hn::BitCast(d8, hn::InterleaveLower(d32, u0, u2));
+    o1 = hn::BitCast(d8, hn::InterleaveUpper(d32, u0, u2));
+    o2 = hn::BitCast(d8, hn::InterleaveLower(d32, u1, u3));
+    o3 = hn::BitCast(d8, hn::InterleaveUpper(d32, u1, u3));
 }
 
 void QuarterTurnEdge(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t srcStep, int w, int h, int turn)
@@ -355,30 +357,26 @@ void QuarterTurn(uint8_t* dst, ptrdiff_t dstStep, const uint8_t* src, ptrdiff_t 
     const int bw = w / 8 * 8, bh = h / 8 * 8;
     for (int by = 0; by < bh; by += 8) {
         for (int bx = 0; bx < bw; bx += 8) {
-            hn::Vec<decltype(d8)> r[8], out[4];
-            if (turn == 90) {
-                // Destination row by + m is source column -(by + m): the block's
-                // source rows hold columns -by - 7 .. -by.
-                const uint8_t* s0 = src + bx * srcStep - by - 7;
-                for (int k = 0; k < 8; ++k)
-                    r[k] = hn::ZeroExtendVector(d8, hn::LoadU(d8h, s0 + k * srcStep));
-                Transpose8x8(d8, r, out);
-                // Transposed row j is source column -by - 7 + j: destination row by + 7 - j.
-                for (int j = 0; j < 4; ++j) {
-                    hn::StoreU(hn::LowerHalf(d8h, out[j]), d8h, dst + (by + 7 - 2 * j) * dstStep + bx);
-                    hn::StoreU(hn::UpperHalf(d8h, out[j]), d8h, dst + (by + 6 - 2 * j) * dstStep + bx);
-                }
-            } else {
-                // Destination column bx + k is source row -(bx + k): loaded in that order.
-                const uint8_t* s0 = src - bx * srcStep + by;
-                for (int k = 0; k < 8; ++k)
-                    r[k] = hn::ZeroExtendVector(d8, hn::LoadU(d8h, s0 - k * srcStep));
-                Transpose8x8(d8, r, out);
-                for (int j = 0; j < 4; ++j) {
-                    hn::StoreU(hn::LowerHalf(d8h, out[j]), d8h, dst + (by + 2 * j) * dstStep + bx);
-                    hn::StoreU(hn::UpperHalf(d8h, out[j]), d8h, dst + (by + 2 * j + 1) * dstStep + bx);
-                }
-            }
+            // 90: destination row by + m is source column -(by + m), so the
+            // block's source rows hold columns -by - 7 .. -by and transposed
+            // row j (source column -by - 7 + j) is destination row by + 7 - j.
+            // 270: destination column bx + k is source row -(bx + k), loaded
+            // in that order, and transposed row j is destination row by + j.
+            const uint8_t* s0 = turn == 90 ? src + bx * srcStep - by - 7 : src - bx * srcStep + by;
+            const ptrdiff_t rowStep = turn == 90 ? srcStep : -srcStep;
+            const auto row = [&](int k) { return hn::ZeroExtendVector(d8, hn::LoadU(d8h, s0 + k * rowStep)); };
+            hn::Vec<decltype(d8)> o0, o1, o2, o3;
+            Transpose8x8(d8, row(0), row(1), row(2), row(3), row(4), row(5), row(6), row(7), o0, o1, o2, o3);
+            const auto store = [&](hn::Vec<decltype(d8)> v, int j) { // transposed rows 2j and 2j + 1
+                const int first = turn == 90 ? by + 7 - 2 * j : by + 2 * j;
+                const int second = turn == 90 ? first - 1 : first + 1;
+                hn::StoreU(hn::LowerHalf(d8h, v), d8h, dst + first * dstStep + bx);
+                hn::StoreU(hn::UpperHalf(d8h, v), d8h, dst + second * dstStep + bx);
+            };
+            store(o0, 0);
+            store(o1, 1);
+            store(o2, 2);
+            store(o3, 3);
         }
     }
     const ptrdiff_t along = turn == 90 ? srcStep : -srcStep, down = turn == 90 ? -1 : 1;

@@ -65,8 +65,8 @@ DEFAULT_CONNECT_TIMEOUT = 10.0
 # name in the audio command; flags (no value) of the convert command.
 _AUDIO_OPTIONS = {"--audio-rate": "--rate", "--channels": "--channels", "--resampler": "--resampler",
                   "--volume": "--volume", "--fade-in": "--fade-in", "--fade-out": "--fade-out",
-                  "--audio-stream": "--audio-stream", "--no-timeline": "--no-timeline", "--audio-codec": "--codec", "--audio-bitrate": "--audio-bitrate",
-                  "-v": "-v", "--verbose": "--verbose"}
+                  "--audio-stream": "--audio-stream", "--no-timeline": "--no-timeline", "--audio-codec": "--codec",
+                  "--audio-bitrate": "--audio-bitrate", "-v": "-v", "--verbose": "--verbose"}
 _FLAGS = {"--no-autorotate", "--no-timeline", "-v", "--verbose", "-q", "--quiet"}
 
 

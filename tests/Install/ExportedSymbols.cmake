@@ -1,7 +1,10 @@
 # Checks the dynamic symbol table of libDataProcess.so: the public API is
 # exported and the internals (image-routine library, kernel tables, JPEG
-# encoder steps) are not. Argument: LIB.
-execute_process(COMMAND nm -D --defined-only -C ${LIB} OUTPUT_VARIABLE syms RESULT_VARIABLE rc)
+# encoder steps) are not. Arguments: LIB, NM (the build's nm; default nm).
+if(NOT NM)
+  set(NM nm)
+endif()
+execute_process(COMMAND ${NM} -D --defined-only -C ${LIB} OUTPUT_VARIABLE syms RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "nm failed on ${LIB}")
 endif()

@@ -1,6 +1,14 @@
 # Installs the build into a scratch prefix and builds an outside program
 # against it twice: with pkg-config and with find_package(DataProcess).
-# Arguments: BUILD_DIR, SOURCE_DIR, WORK_DIR.
+# Arguments: BUILD_DIR, SOURCE_DIR, WORK_DIR; for a cross build also CXX (the
+# compiler), TOOLCHAIN (its CMake toolchain file) and EMULATOR (what runs
+# the programs).
+if(NOT CXX)
+  set(CXX c++)
+endif()
+if(TOOLCHAIN)
+  set(toolchain_arg -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
+endif()
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix}
@@ -52,19 +60,19 @@ if(NOT rc EQUAL 0)
   message(FATAL_ERROR "pkg-config does not find dataprocess")
 endif()
 separate_arguments(flags UNIX_COMMAND "${flags}")
-execute_process(COMMAND c++ -std=c++17 -Wall -Wextra -Werror ${outside}/main.cpp ${SOURCE_DIR}/Host/SyntheticVideoSource.cpp
+execute_process(COMMAND ${CXX} -std=c++17 -Wall -Wextra -Werror ${outside}/main.cpp ${SOURCE_DIR}/Host/SyntheticVideoSource.cpp
                         -I${SOURCE_DIR}/Host ${flags} -Wl,-rpath,${prefix}/lib -o ${WORK_DIR}/outside-pc
                 RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the outside program does not build with pkg-config")
 endif()
-execute_process(COMMAND ${WORK_DIR}/outside-pc RESULT_VARIABLE rc)
+execute_process(COMMAND ${EMULATOR} ${WORK_DIR}/outside-pc RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the outside program (pkg-config build) failed: ${rc}")
 endif()
 
 # 2. find_package
-execute_process(COMMAND ${CMAKE_COMMAND} -S ${outside} -B ${WORK_DIR}/cmake-build -DCMAKE_PREFIX_PATH=${prefix}
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${outside} -B ${WORK_DIR}/cmake-build -DCMAKE_PREFIX_PATH=${prefix} ${toolchain_arg}
                         -DDP_HOST_DIR=${SOURCE_DIR}/Host
                 RESULT_VARIABLE rc OUTPUT_QUIET)
 if(NOT rc EQUAL 0)
@@ -74,7 +82,7 @@ execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-build RESULT_
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the outside program does not build with CMake")
 endif()
-execute_process(COMMAND ${WORK_DIR}/cmake-build/outside RESULT_VARIABLE rc)
+execute_process(COMMAND ${EMULATOR} ${WORK_DIR}/cmake-build/outside RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the outside program (CMake build) failed: ${rc}")
 endif()

@@ -29,10 +29,14 @@ std::string Slurp(const std::string& path)
 int Open(const std::string& path, int flags) { return ::open(path.c_str(), flags | O_CLOEXEC, 0644); }
 
 // Starts the tool with descriptors 0, 1 and 2 taken from in, out and err
-// (all close-on-exec; dup2 clears the flag on the copies).
+// (all close-on-exec; dup2 clears the flag on the copies). A cross build
+// starts it through the emulator the tests run under (DP_TOOL_EMULATOR).
 pid_t Spawn(const std::vector<std::string>& args, int in, int out, int err)
 {
+    const char* emulator = DP_TOOL_EMULATOR;
     std::vector<std::string> storage{DP_TOOL_PATH};
+    if (*emulator)
+        storage.insert(storage.begin(), emulator);
     storage.insert(storage.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (std::string& s : storage)
@@ -44,7 +48,7 @@ pid_t Spawn(const std::vector<std::string>& args, int in, int out, int err)
     posix_spawn_file_actions_adddup2(&fa, out, 1);
     posix_spawn_file_actions_adddup2(&fa, err, 2);
     pid_t pid = -1;
-    if (posix_spawn(&pid, DP_TOOL_PATH, &fa, nullptr, argv.data(), environ) != 0)
+    if (posix_spawn(&pid, storage[0].c_str(), &fa, nullptr, argv.data(), environ) != 0)
         pid = -1;
     posix_spawn_file_actions_destroy(&fa);
     return pid;
