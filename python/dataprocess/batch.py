@@ -301,7 +301,7 @@ def _work_dir(dst: str, fp: str) -> str:
 
 
 def _convert_piece(tool: Optional[str], src: str, piece: str, command: str, args: List[str],
-                   threads: int) -> Optional[str]:
+                   threads: int) -> Optional[Tuple[str, Optional[float]]]:
     """One piece of a divided file (a time range of the video, or the whole audio); idempotent: a piece that
     is there is complete (the tool renames it into place when done)."""
     if not os.path.isfile(piece):
@@ -312,7 +312,8 @@ def _convert_piece(tool: Optional[str], src: str, piece: str, command: str, args
             if "no frames in the range" in str(e):
                 return None  # the container said the file lasts longer than its video does
             raise
-    return piece
+    # The first stamp of a video piece, read here so that the pieces are probed side by side.
+    return piece, (_start_time(piece) if command == "video" else None)
 
 
 def _start_time(path: str) -> Optional[float]:
@@ -323,7 +324,8 @@ def _start_time(path: str) -> Optional[float]:
     return float(text[0]) if proc.returncode == 0 and text and text[0] not in ("", "N/A") else None
 
 
-def _join(video_pieces: List[str], audio_piece: Optional[str], dst: str, fp: str, work: str) -> Tuple[str, float]:
+def _join(video_pieces: List[Optional[Tuple[str, Optional[float]]]], audio_piece: Optional[Tuple[str, None]],
+          dst: str, fp: str, work: str) -> Tuple[str, float]:
     """The pieces end to end into `dst` (stream copy). The concat demuxer shifts each piece by the summed
     durations of those before it, less the piece's own start; the pieces carry the stamps of a whole run, so
     each piece's duration is given as the distance from its start to the next one's: the shift is then zero
@@ -332,8 +334,7 @@ def _join(video_pieces: List[str], audio_piece: Optional[str], dst: str, fp: str
     d, base = os.path.split(dst)
     for stale in glob.glob(os.path.join(glob.escape(d), "." + glob.escape(base) + ".*-join.part*")):
         os.remove(stale)  # from a join whose worker was lost
-    starts = [(p, _start_time(p)) for p in video_pieces if p]
-    starts = [(p, s) for p, s in starts if s is not None]  # a piece past the video's end has no frames
+    starts = [p for p in video_pieces if p and p[1] is not None]  # a piece past the video's end has no frames
     lines = ["ffconcat version 1.0"]
     for i, (piece, s) in enumerate(starts):
         lines.append("file '" + os.path.abspath(piece).replace("'", "'\\''") + "'")
@@ -346,7 +347,7 @@ def _join(video_pieces: List[str], audio_piece: Optional[str], dst: str, fp: str
     if starts:
         cmd += ["-f", "concat", "-safe", "0", "-i", listing]
     if audio_piece:
-        cmd += ["-i", audio_piece]
+        cmd += ["-i", audio_piece[0]]
     if starts:
         cmd += ["-map", "0:v"]
     if audio_piece:
