@@ -5,7 +5,8 @@
 #   scripts/install-deps.sh            build, tests, tool and demo
 #   scripts/install-deps.sh bench      + the peer libraries (and the sox program) the benchmark compares with
 #   scripts/install-deps.sh fuzz       + clang and libFuzzer for the fuzz targets
-#   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs, to look at what the tool wrote
+#   scripts/install-deps.sh probe      + the ffmpeg and ffprobe programs and numpy: the media battery
+#                                        (tests/Battery) makes its clips and measures the outputs with them
 #   scripts/install-deps.sh arm64      + the arm64 cross compiler, arm64 Highway/GoogleTest/libjpeg
 #                                        (Debian multiarch) and qemu-user to run the result
 #
@@ -24,7 +25,7 @@ for group in "$@"; do
   case "$group" in
     bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev sox ffmpeg python3-av) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
-    probe) packages+=(ffmpeg) ;;
+    probe) packages+=(ffmpeg python3-numpy) ;;
     arm64) packages+=(g++-aarch64-linux-gnu qemu-user-static libhwy-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
                       libjpeg62-turbo-dev:arm64)
            need_arm64=1 ;;

@@ -13,6 +13,7 @@
 #include "Commands.h"
 #include "CountingVideoSource.h"
 #include "InclusiveStopSource.h"
+#include "LeadingSilenceSource.h"
 #include "MediaInputs.h"
 #include "MediaOutputs.h"
 #include "Progress.h"
@@ -70,12 +71,15 @@ int RunConvertCommand(const ConvertArgs& a)
         vf.aspectY = vi->nAspectY;
     }
     std::unique_ptr<LogTally> tally;
+    std::unique_ptr<LeadingSilenceSource> leading;
     std::unique_ptr<AudioStack> audioStack;
     AudioOutputFormat af;
     if (audioIn.Decoder()) {
         const AudioSettings as = MakeAudioSettings(a.audio, audioIn);
         tally = std::make_unique<LogTally>(a.audio.verbose);
-        audioStack = std::make_unique<AudioStack>(audioIn.Decoder(), as);
+        // The audio starts at the file's start, as the video's grid does.
+        leading = std::make_unique<LeadingSilenceSource>(audioIn.Decoder());
+        audioStack = std::make_unique<AudioStack>(leading.get(), as);
         const AudioInfo* ai = PCGetAudioInfo(audioStack->Top());
         af.sampleRate = ai->nSampleRate;
         af.channels = ai->nChannels;

@@ -225,12 +225,17 @@ void VideoReader::MoveTo(long long k)
 py::object VideoReader::Emit(bool copy)
 {
     const MEDIA_FRAME* f = nullptr;
-    Buffer buffer = copy ? std::make_shared<std::vector<unsigned char>>() : m_view;
+    Buffer buffer;
     {
         py::gil_scoped_release nogil;
         f = PCGetVideoFrame(m_stage);
         if (f) {
-            buffer->resize(PictureBytes(m_format, f->nWidth, f->nHeight));
+            // Views share the reader's buffer; one of another size is a new
+            // buffer, so that arrays over the old one never dangle.
+            const size_t bytes = PictureBytes(m_format, f->nWidth, f->nHeight);
+            if (!copy && m_view->size() != bytes)
+                m_view = std::make_shared<std::vector<unsigned char>>(bytes);
+            buffer = copy ? std::make_shared<std::vector<unsigned char>>(bytes) : m_view;
             WritePicture(*f, m_format, buffer->data(), &m_scratch);
         }
     }

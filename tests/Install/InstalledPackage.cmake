@@ -26,7 +26,8 @@ endforeach()
 # Installed programs run from wherever the prefix is (their run path is
 # relative), and the media component comes with its own pkg-config name.
 if(EXISTS ${prefix}/bin/dataprocess)
-  execute_process(COMMAND ${prefix}/bin/dataprocess --version RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
+  execute_process(COMMAND ${EMULATOR} ${prefix}/bin/dataprocess --version RESULT_VARIABLE rc OUTPUT_QUIET
+                  ERROR_VARIABLE err)
   if(NOT rc EQUAL 0)
     message(FATAL_ERROR "the installed tool does not run: ${err}")
   endif()
@@ -41,7 +42,7 @@ endif()
 
 # The Python package, installed, imports and finds its library.
 file(GLOB _dp_python_dirs ${prefix}/lib/python3*/dist-packages)
-if(_dp_python_dirs AND PYTHON)
+if(_dp_python_dirs AND PYTHON AND NOT EMULATOR)
   execute_process(COMMAND ${CMAKE_COMMAND} -E env PYTHONPATH=${_dp_python_dirs} ${PYTHON} -c
                           "import dataprocess; print(dataprocess.__version__)"
                   RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
