@@ -254,6 +254,20 @@ int FfmpegVideoSource::GetFrameOffset() const
     return static_cast<int>(std::max<int64_t>(0, std::min<int64_t>(n, INT_MAX)));
 }
 
+MEDIA_FRAME* FfmpegVideoSource::ExchangeFrame(MEDIA_FRAME* spare)
+{
+    if (!m_current || !m_frame || !spare || spare->pAlpha || spare->nWidth != m_frame->nWidth ||
+        spare->nHeight != m_frame->nHeight || spare->nPitchY != m_frame->nPitchY ||
+        spare->nPitchU != m_frame->nPitchU || spare->nPitchV != m_frame->nPitchV)
+        return nullptr;
+    MEDIA_FRAME* out = m_frame;
+    spare->llStartTime = out->llStartTime;
+    spare->llStopTime = out->llStopTime;
+    spare->nDuration = out->nDuration;
+    m_frame = spare;
+    return out;
+}
+
 int FfmpegVideoSource::Forward(int count)
 {
     int advanced = 0;

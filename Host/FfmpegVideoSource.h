@@ -61,6 +61,15 @@ public:
     int GetFrameOffset() const override;
     int Forward(int count) override;
 
+    // Hands the current picture's frame over to the caller, who then owns
+    // it (ReleaseYV12Frame), and takes `spare` to decode into from here on:
+    // a reader that keeps pictures saves copying them. `spare` must be a
+    // CreateYV12Frame frame of the stream's size without alpha; it becomes
+    // the current frame with the current stamps, its pixels undefined until
+    // the next Forward or seek. Null (and `spare` stays the caller's) when
+    // there is no current picture or `spare` does not fit.
+    MEDIA_FRAME* ExchangeFrame(MEDIA_FRAME* spare);
+
     // Pictures a reader will not show need not be decoded (see
     // FfmpegInput::SetPacketFilter); they then never become current.
     void SetPacketFilter(FfmpegInput::PacketFilter wanted) { m_in.SetPacketFilter(std::move(wanted)); }

@@ -51,8 +51,9 @@ def one_process(tool, files, out_dir, threads):
     cpu = children_cpu()
     env = dict(os.environ)
     env.pop("DP_THREADS", None)
+    env.pop("DATAPROCESS_THREADS", None)
     if threads:
-        env["DP_THREADS"] = str(threads)
+        env["DP_THREADS"] = env["DATAPROCESS_THREADS"] = str(threads)
     start = time.monotonic()
     for f in files:
         out = os.path.join(out_dir, os.path.splitext(os.path.basename(f))[0] + ".mp4")

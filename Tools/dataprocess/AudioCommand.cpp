@@ -7,12 +7,14 @@
 
 #include "AudioOptions.h"
 #include "AudioPipeline.h"
+#include "AsyncSink.h"
 #include "Commands.h"
 #include "DistinctFiles.h"
 #include "MediaInputs.h"
 #include "MediaOutputs.h"
 #include "Progress.h"
 #include "StdoutData.h"
+#include "ThreadsOption.h"
 #include "ToolErrors.h"
 
 namespace dptool {
@@ -24,6 +26,7 @@ struct AudioCommandArgs {
     AudioArgs audio;
     EncodeArgs encode;
     bool quiet = false;
+    int threads = 0;
 };
 
 int RunAudioCommand(const AudioCommandArgs& a)
@@ -38,6 +41,10 @@ int RunAudioCommand(const AudioCommandArgs& a)
     AudioInput source(a.input, false, a.audio.audioStream);
     const AudioSettings s = MakeAudioSettings(a.audio, source);
     LogTally tally(a.audio.verbose);
+    const double duration = source.DurationSeconds();
+    const bool overlap = OverlapWork(a.threads);
+    if (overlap)
+        source.ReadAhead();
     AudioStack stack(source.Decoder(), s);
     AudioDecoder* stage = stack.Top();
     const AudioInfo* info = PCGetAudioInfo(stage);
@@ -46,8 +53,10 @@ int RunAudioCommand(const AudioCommandArgs& a)
     fmt.channels = info->nChannels;
     fmt.bitsPerSample = info->nBitsPerSample;
     std::unique_ptr<MediaSink> sink = OpenOutput(a.output, dataOut.get(), nullptr, &fmt, a.encode);
+    if (overlap)
+        sink = std::make_unique<AsyncSink>(std::move(sink));
     Progress progress(a.quiet, "s of audio");
-    AudioRunStats st = RunAudio(stage, *sink, progress, source.DurationSeconds());
+    AudioRunStats st = RunAudio(stage, *sink, progress, duration);
     progress.Finish();
     source.Finish();
     if (!sink->Commit())
@@ -80,6 +89,7 @@ void AddAudioCommand(CLI::App& app, Runner& run)
     AddAudioOptions(cmd, &args->audio, "--rate");
     AddEncodeOptions(cmd->add_option_group("Encoding", "for container outputs (.mp4, .mkv, ...)"), &args->encode, false, true);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
+    AddThreadsOption(cmd, &args->threads);
     cmd->footer("Examples:\n"
                 "  dataprocess audio in.wav -o out.wav --rate 48000 --channels 2\n"
                 "  dataprocess audio in.mkv -o out.m4a --rate 48000 --audio-bitrate 192k\n"

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "AudioOptions.h"
+#include "AsyncSink.h"
 #include "AudioPipeline.h"
 #include "Commands.h"
 #include "CountingVideoSource.h"
@@ -17,6 +18,7 @@
 #include "MediaInputs.h"
 #include "MediaOutputs.h"
 #include "Progress.h"
+#include "ThreadsOption.h"
 #include "ToolErrors.h"
 #include "VideoOptions.h"
 #include "VideoPipeline.h"
@@ -31,6 +33,7 @@ struct ConvertArgs {
     AudioArgs audio;
     EncodeArgs encode;
     bool quiet = false;
+    int threads = 0;
 };
 
 int RunConvertCommand(const ConvertArgs& a)
@@ -50,6 +53,8 @@ int RunConvertCommand(const ConvertArgs& a)
         throw ProcessingError(a.input + ": neither a video nor an audio stream");
     if (!videoIn.Decoder() && !vs.captures.empty())
         throw UsageError("--capture: " + a.input + " has no video stream");
+    const double duration = std::max(videoIn.DurationSeconds(), audioIn.DurationSeconds());
+    const bool overlap = OverlapWork(a.threads);
 
     std::unique_ptr<CountingVideoSource> counter;
     std::unique_ptr<InclusiveStopSource> stamped;
@@ -60,6 +65,8 @@ int RunConvertCommand(const ConvertArgs& a)
         int orientation[4];
         videoIn.DisplayOrientation(orientation);
         ApplyDisplayOrientation(a.video, orientation, &vs);
+        if (overlap)
+            videoIn.ReadAhead();
         counter = std::make_unique<CountingVideoSource>(videoIn.Decoder());
         stamped = std::make_unique<InclusiveStopSource>(counter.get());
         videoStage.reset(CreateVideoStage(stamped.get(), vs));
@@ -77,6 +84,8 @@ int RunConvertCommand(const ConvertArgs& a)
     if (audioIn.Decoder()) {
         const AudioSettings as = MakeAudioSettings(a.audio, audioIn);
         tally = std::make_unique<LogTally>(a.audio.verbose);
+        if (overlap)
+            audioIn.ReadAhead();
         // The audio starts at the file's start, as the video's grid does.
         leading = std::make_unique<LeadingSilenceSource>(audioIn.Decoder());
         audioStack = std::make_unique<AudioStack>(leading.get(), as);
@@ -87,11 +96,12 @@ int RunConvertCommand(const ConvertArgs& a)
     }
     std::unique_ptr<MediaSink> sink =
         OpenOutput(a.output, nullptr, videoStage ? &vf : nullptr, audioStack ? &af : nullptr, a.encode);
+    if (overlap)
+        sink = std::make_unique<AsyncSink>(std::move(sink));
 
     // The stream that is behind goes next, so that the container receives
     // both in time order.
     Progress progress(a.quiet, "");
-    const double duration = std::max(videoIn.DurationSeconds(), audioIn.DurationSeconds());
     std::unique_ptr<VideoLoop> video;
     if (videoStage && !sink->HasVideo())
         videoStage.reset(); // an audio-only container: the audio alone
@@ -166,6 +176,7 @@ void AddConvertCommand(CLI::App& app, Runner& run)
                     &args->audio, "--audio-rate");
     AddEncodeOptions(cmd->add_option_group("Encoding"), &args->encode, true, true);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
+    AddThreadsOption(cmd, &args->threads);
     cmd->footer("Examples:\n"
                 "  dataprocess convert in.mp4 -o out.mp4 --size 1280x720 --rate 30 --audio-rate 48000\n"
                 "  dataprocess convert in.mp4 -o out.mp4 --size 1280x720 --watermark logo.bmp --fade-in 1 --fade-out 2\n"

@@ -4,6 +4,8 @@
 #include <set>
 
 #include "HostFile.h"
+#include "ReadAheadAudioSource.h"
+#include "ReadAheadVideoSource.h"
 #include "ToolErrors.h"
 #include "WavAudioSource.h"
 #include "Y4mVideoSource.h"
@@ -114,11 +116,27 @@ VideoInput::~VideoInput() = default;
 
 VideoDecoder* VideoInput::Decoder() const
 {
+    if (m_readAhead)
+        return m_readAhead.get();
 #ifdef DP_HAVE_FFMPEG
     if (m_ffmpeg)
         return m_ffmpeg.get();
 #endif
     return m_y4m.get();
+}
+
+void VideoInput::ReadAhead()
+{
+    if (m_readAhead || !Decoder())
+        return;
+    ReadAheadVideoSource::Exchange exchange;
+#ifdef DP_HAVE_FFMPEG
+    if (m_ffmpeg) {
+        FfmpegVideoSource* source = m_ffmpeg.get();
+        exchange = [source](MEDIA_FRAME* spare) { return source->ExchangeFrame(spare); };
+    }
+#endif
+    m_readAhead = std::make_unique<ReadAheadVideoSource>(Decoder(), 8, exchange);
 }
 
 double VideoInput::Rate() const
@@ -172,6 +190,9 @@ void VideoInput::NoteVariableRate(double chosenRate) const
 
 void VideoInput::Finish() const
 {
+    // The source is asked how its reading went: its reader stops first.
+    if (m_readAhead)
+        m_readAhead->Stop();
 #ifdef DP_HAVE_FFMPEG
     if (m_ffmpeg) {
         if (!m_ffmpeg->LastError().empty())
@@ -204,11 +225,19 @@ AudioInput::~AudioInput() = default;
 
 AudioDecoder* AudioInput::Decoder() const
 {
+    if (m_readAhead)
+        return m_readAhead.get();
 #ifdef DP_HAVE_FFMPEG
     if (m_ffmpeg)
         return m_ffmpeg.get();
 #endif
     return m_wav.get();
+}
+
+void AudioInput::ReadAhead()
+{
+    if (!m_readAhead && Decoder())
+        m_readAhead = std::make_unique<ReadAheadAudioSource>(Decoder());
 }
 
 int AudioInput::BitsPerSample() const { return m_wav ? m_wav->BitsPerSample() : 16; }
@@ -235,6 +264,8 @@ double AudioInput::DurationSeconds() const
 
 void AudioInput::Finish() const
 {
+    if (m_readAhead)
+        m_readAhead->Stop();
 #ifdef DP_HAVE_FFMPEG
     if (m_ffmpeg) {
         if (!m_ffmpeg->LastError().empty())

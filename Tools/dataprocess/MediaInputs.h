@@ -16,6 +16,9 @@ class FfmpegAudioSource;
 
 namespace dptool {
 
+class ReadAheadVideoSource;
+class ReadAheadAudioSource;
+
 // True when `path` is read (or written) through FFmpeg rather than as y4m
 // or WAV (`plainExtension` is "y4m" or "wav"): a path with another
 // extension. "-" and paths without an extension are y4m or WAV.
@@ -35,6 +38,9 @@ public:
     ~VideoInput();
 
     VideoDecoder* Decoder() const;
+    // From here on, Decoder() decodes ahead on a thread of its own (when
+    // there is a stream): call before the stage is made over it.
+    void ReadAhead();
     double Rate() const;
     // The y4m I tag ('p', 't', 'b', 'm', '?'); 'p' for other files.
     char Interlacing() const;
@@ -57,6 +63,7 @@ private:
 #ifdef DP_HAVE_FFMPEG
     std::unique_ptr<FfmpegVideoSource> m_ffmpeg;
 #endif
+    std::unique_ptr<ReadAheadVideoSource> m_readAhead; // over the source above: goes first
 };
 
 class AudioInput {
@@ -65,6 +72,8 @@ public:
     ~AudioInput();
 
     AudioDecoder* Decoder() const;
+    // As VideoInput::ReadAhead.
+    void ReadAhead();
     const std::string& Path() const { return m_path; }
     int BitsPerSample() const;
     int SampleRate() const;
@@ -78,6 +87,7 @@ private:
 #ifdef DP_HAVE_FFMPEG
     std::unique_ptr<FfmpegAudioSource> m_ffmpeg;
 #endif
+    std::unique_ptr<ReadAheadAudioSource> m_readAhead;
 };
 
 } // namespace dptool

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "AsyncSink.h"
 #include "Commands.h"
 #include "CountingVideoSource.h"
 #include "FrameRange.h"
@@ -13,6 +14,7 @@
 #include "MediaOutputs.h"
 #include "Progress.h"
 #include "StdoutData.h"
+#include "ThreadsOption.h"
 #include "ToolErrors.h"
 #include "VideoOptions.h"
 #include "VideoPipeline.h"
@@ -27,6 +29,7 @@ struct VideoCommandArgs {
     EncodeArgs encode;
     FrameRange range;
     bool quiet = false;
+    int threads = 0;
 };
 
 int RunVideoCommand(const VideoCommandArgs& a)
@@ -49,6 +52,9 @@ int RunVideoCommand(const VideoCommandArgs& a)
     int orientation[4];
     source.DisplayOrientation(orientation);
     ApplyDisplayOrientation(a.video, orientation, &s);
+    const bool overlap = OverlapWork(a.threads);
+    if (overlap)
+        source.ReadAhead();
     CountingVideoSource counter(source.Decoder());
     InclusiveStopSource stamped(&counter);
     std::unique_ptr<VideoDecoder, void (*)(VideoDecoder*)> stage(CreateVideoStage(&stamped, s), PCVideoDestroy);
@@ -62,6 +68,8 @@ int RunVideoCommand(const VideoCommandArgs& a)
     fmt.aspectY = vi->nAspectY;
     fmt.interlace = s.deinterlace ? 'p' : ((source.Interlacing() == '?' ? 'p' : source.Interlacing()));
     std::unique_ptr<MediaSink> sink = OpenOutput(a.output, dataOut.get(), &fmt, nullptr, a.encode);
+    if (overlap)
+        sink = std::make_unique<AsyncSink>(std::move(sink));
 
     Progress progress(a.quiet, "frames");
     VideoRunStats st;
@@ -113,6 +121,7 @@ void AddVideoCommand(CLI::App& app, Runner& run)
     AddFrameRangeOptions(cmd->add_option_group("Range", "a piece of the output, e.g. one of several workers' share"),
                          &args->range);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
+    AddThreadsOption(cmd, &args->threads);
     cmd->footer("Examples:\n"
                 "  dataprocess video in.mp4 -o out.mp4 --size 1280x720 --rate 30\n"
                 "  dataprocess video in.mkv -o out.mkv --codec ffv1 --crop 0,0,1280,720\n"

@@ -192,7 +192,10 @@ def _die_with_parent() -> None:
 
 
 def _run(cmd: List[str], what: str, threads: int = 0) -> None:
+    # DP_THREADS: FFmpeg's threads; DATAPROCESS_THREADS=1: no overlap of decoding, stages and encoding.
     env = dict(os.environ, DP_THREADS=str(threads)) if threads else None
+    if threads == 1:
+        env["DATAPROCESS_THREADS"] = "1"
     proc = subprocess.run(cmd, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env,
                           preexec_fn=_die_with_parent if sys.platform.startswith("linux") else None)
     if proc.returncode != 0:

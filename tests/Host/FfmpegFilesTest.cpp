@@ -8,6 +8,8 @@
 #include <fstream>
 #include <vector>
 
+#include <DataProcess/Frame.h>
+
 #include "FfmpegAudioSource.h"
 #include "FfmpegTestMedia.h"
 #include "FfmpegVideoSource.h"
@@ -77,6 +79,7 @@ TEST_P(FfmpegRoundTrip, PicturesStampsAndSamples)
         ++frames;
     }
     EXPECT_EQ(frames, 25);
+    EXPECT_DOUBLE_EQ(v.VideoSeekTime(0.4, 0), 0.4) << "a time at a picture's start shows that picture";
     EXPECT_GE(worst, c.psnrFloor);
     EXPECT_EQ(v.LastError(), "");
     EXPECT_EQ(v.DamagedPackets(), 0);
@@ -122,7 +125,7 @@ TEST(FfmpegSeek, VideoByTimeAndNumberAudioToTheSample)
     FfmpegVideoSource v;
     ASSERT_EQ(v.OpenPath(path), HOSTFILE_OK);
     SyntheticVideoSource ref(mediatest::VideoConfig(clip));
-    for (double t : {0.5, 0.01, 0.399, 0.95, 0.0}) {
+    for (double t : {0.5, 0.01, 0.399, 0.4, 0.95, 0.0}) {
         const double reached = v.VideoSeekTime(t, 0);
         const int n = static_cast<int>(t * 25);
         EXPECT_DOUBLE_EQ(reached, n * 0.04) << t;
@@ -151,7 +154,7 @@ TEST(FfmpegSeek, VideoByTimeAndNumberAudioToTheSample)
     }
 }
 
-// Variable frame rates keep their stamps (to the container's tick).
+// Variable frame rates keep their stamps and lengths (to the container's tick).
 TEST(FfmpegStamps, VariableRateKept)
 {
     MediaSpec clip;
@@ -164,9 +167,50 @@ TEST(FfmpegStamps, VariableRateKept)
     ASSERT_EQ(v.OpenPath(path), HOSTFILE_OK);
     SyntheticVideoSource ref(mediatest::VideoConfig(clip));
     int n = 0;
-    for (const MEDIA_FRAME* f = v.GetFrame(); f; f = v.Forward(1) ? v.GetFrame() : nullptr, ++n)
+    for (const MEDIA_FRAME* f = v.GetFrame(); f; f = v.Forward(1) ? v.GetFrame() : nullptr, ++n) {
         EXPECT_NEAR(double(f->llStartTime), double(ref.FrameStartTime(n) - ref.FrameStartTime(0)), 112) << n;
+        if (n < 24) { // each picture lasts until the next
+            EXPECT_NEAR(double(f->llStopTime), double(ref.FrameStartTime(n + 1) - ref.FrameStartTime(0)), 224) << n;
+        }
+    }
     EXPECT_EQ(n, 25);
+}
+
+// What the writer is handed comes back: the display aspect of wide pixels,
+// audio that starts after the video (.mkv), and two pictures stamped alike,
+// the second a tick later (.mp4 keeps the tick).
+TEST(FfmpegWriterFile, AspectLateAudioAndEqualStamps)
+{
+    filetest::TempDir dir;
+    for (const std::string name : {"wide.mkv", "wide.mp4"}) {
+        SCOPED_TRACE(name);
+        const bool mkv = name == "wide.mkv";
+        FfmpegOutputFormat f;
+        f.width = 64, f.height = 48, f.aspectX = 16, f.aspectY = 9, f.preset = "ultrafast";
+        f.videoCodec = mkv ? "ffv1" : "h264", f.sampleRate = mkv ? 8000 : 0, f.channels = 1;
+        FfmpegWriter w;
+        ASSERT_TRUE(w.Open(dir.File(name), f)) << w.LastError();
+        MEDIA_FRAME* pic = CreateYV12Frame(64, 48, 0, 0);
+        for (int64_t start : {0, 400000, 400000}) {
+            pic->llStartTime = start;
+            EXPECT_TRUE(w.WriteVideo(pic)) << w.LastError();
+        }
+        ReleaseYV12Frame(pic);
+        MEDIA_FRAME* block = CreateAudioFrame(8000, 1, 16, 1600);
+        block->nDataSize = 1600, block->llStartTime = 5000000; // 0.5 s
+        EXPECT_EQ(w.WriteAudio(block), mkv);
+        ReleaseAudioFrame(block);
+        ASSERT_TRUE(w.Commit()) << w.LastError();
+        FfmpegVideoSource v;
+        ASSERT_EQ(v.OpenPath(dir.File(name)), HOSTFILE_OK) << v.LastError();
+        EXPECT_EQ(std::make_pair(v.GetVideoInfo()->nAspectX, v.GetVideoInfo()->nAspectY), std::make_pair(16, 9));
+        EXPECT_EQ(v.Forward(5), 2);
+        FfmpegAudioSource a;
+        if (mkv) {
+            ASSERT_EQ(a.OpenPath(dir.File(name)), HOSTFILE_OK) << a.LastError();
+            EXPECT_EQ(a.GetNextFrame()->llStartTime, 5000000);
+        }
+    }
 }
 
 TEST(FfmpegBadInput, OneClearLineEach)

@@ -1,6 +1,5 @@
 // Helpers for the tests of the file sources and sinks: a scratch folder,
-// whole-file reads, a pipe holding a stream, and redirection of standard
-// input or output.
+// whole-file reads and a pipe holding a stream.
 #ifndef DATAPROCESS_TESTS_FILETESTSUPPORT_H
 #define DATAPROCESS_TESTS_FILETESTSUPPORT_H
 
@@ -94,28 +93,6 @@ inline FILE* Pipe(const Bytes& data)
         close(fds[0]);
     return whole ? fdopen(fds[0], "rb") : nullptr;
 }
-
-// Points descriptor `target` (0 or 1) at `fd` while it lives; the stdio
-// stream on it is flushed and its state cleared both ways.
-class Redirect {
-public:
-    Redirect(int target, int fd) : m_target(target), m_saved((std::fflush(stdout), dup(target)))
-    {
-        dup2(fd, target);
-        std::clearerr(target == 0 ? stdin : stdout);
-    }
-    ~Redirect()
-    {
-        std::fflush(stdout);
-        dup2(m_saved, m_target);
-        close(m_saved);
-        std::clearerr(m_target == 0 ? stdin : stdout);
-    }
-
-private:
-    int m_target;
-    int m_saved;
-};
 
 } // namespace filetest
 

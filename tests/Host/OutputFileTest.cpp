@@ -10,6 +10,7 @@
 
 #include "AtomicOutputFile.h"
 #include "FileTestSupport.h"
+#include "HostFile.h"
 #include "WavWriter.h"
 #include "Y4mWriter.h"
 
@@ -18,6 +19,15 @@ namespace {
 using filetest::Bytes;
 
 const Y4mStreamFormat kSmallVideo = {16, 16, 25, 1, 0, 0, 'p'};
+
+// The kind of a file comes from its name: the part after the last dot of the
+// last path element, in lower case.
+TEST(HostPath, ExtensionOfTheFileName)
+{
+    for (const auto& c : {std::pair<const char*, const char*>{"clip.Y4M", "y4m"}, {"take.2/in", ""},
+                          {"a/b.tar.WAV", "wav"}, {"-", ""}, {"noext", ""}})
+        EXPECT_EQ(HostPathExtension(c.first), c.second) << c.first;
+}
 
 TEST(AtomicOutput, OnlyCommitPutsTheFileUnderItsName)
 {
@@ -50,6 +60,15 @@ TEST(AtomicOutput, OnlyCommitPutsTheFileUnderItsName)
     EXPECT_EQ(out.LastError(), "no output file name given");
     EXPECT_FALSE(out.Open(dir.Path() + "/"));
     EXPECT_TRUE(filetest::EndsWith(out.LastError(), "is a folder, not a file name")) << out.LastError();
+
+    // A WAV file appended to a stream (">>") keeps the header of unknown
+    // size it began with: an appending stream is never rewritten.
+    FILE* appending = std::fopen(path.c_str(), "ab");
+    WavWriter wav;
+    ASSERT_TRUE(wav.Attach(appending, "appended", WavStreamFormat{8000, 1, 16, 0}));
+    ASSERT_TRUE(wav.WriteSamples("\1\2", 2) && wav.Commit()) << wav.LastError();
+    std::fclose(appending);
+    EXPECT_EQ(filetest::ReadFile(path).size(), 6u + 44u + 2u);
 }
 
 } // namespace

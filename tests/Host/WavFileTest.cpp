@@ -131,9 +131,9 @@ TEST(WavFile, WriterAndReaderRoundTrip)
     ASSERT_TRUE(writer.Commit()) << writer.LastError();
     const Bytes file = filetest::ReadFile(path);
     ASSERT_EQ(file.size(), 68u + samples.size());
-    EXPECT_EQ(std::make_tuple(wav::Get32(&file[4]), wav::Get32(&file[16]), wav::Get16(&file[20]), wav::Get32(&file[40]),
-                              wav::Get32(&file[64])),
-              std::make_tuple(60u + 30000u, 40u, unsigned(wav::FORMAT_EXTENSIBLE), 0x3Fu, 30000u));
+    EXPECT_EQ(std::make_tuple(wav::Get32(&file[4]), wav::Get32(&file[16]), wav::Get16(&file[20]), wav::Get32(&file[28]),
+                              wav::Get32(&file[40]), wav::Get32(&file[64])),
+              std::make_tuple(60u + 30000u, 40u, unsigned(wav::FORMAT_EXTENSIBLE), 44100u * 12, 0x3Fu, 30000u));
 
     WavAudioSource src;
     int error = -1;
@@ -157,6 +157,20 @@ TEST(WavFile, WriterAndReaderRoundTrip)
         EXPECT_EQ(src.LastError(), "");
         EXPECT_FALSE(src.Truncated());
     }
+    EXPECT_DOUBLE_EQ(src.AudioSeek(0.05), 2205 / 44100.0);
+    EXPECT_EQ(src.GetNextFrame()->llStartTime, 500000);
+    // 16-bit samples into an 8-bit file keep their high byte; an odd number
+    // of data bytes is padded, and the RIFF size counts the pad.
+    MEDIA_FRAME* five = CreateAudioFrame(8000, 1, 16, 10);
+    const int16_t values[5] = {0x0102, -32768, 32767, 0, -1};
+    std::memcpy(five->pData, values, 10);
+    five->nDataSize = 10;
+    ASSERT_TRUE(writer.Open(path, WavStreamFormat{8000, 1, 8, 0}));
+    ASSERT_TRUE(writer.WriteFrame(five) && writer.Commit()) << writer.LastError();
+    ReleaseAudioFrame(five);
+    const Bytes odd = filetest::ReadFile(path);
+    EXPECT_EQ(std::make_tuple(odd.size(), wav::Get32(&odd[4]), wav::Get32(&odd[40])), std::make_tuple(50u, 42u, 5u));
+    EXPECT_EQ(Bytes(odd.begin() + 44, odd.end()), (Bytes{0x81, 0x00, 0xFF, 0x80, 0x7F, 0}));
 }
 
 // Inputs read from a file and from a pipe: the open result, the sample
@@ -167,8 +181,12 @@ TEST(WavFile, InputsOnFilesAndPipes)
     const Bytes good = Wav(Fmt(wav::FORMAT_PCM, 2, 8000, 16), SampleData(64));
     auto withFmt = [](const Bytes& fmt) { return Wav(fmt, SampleData(64)); };
     auto head = [&good](size_t n) { return Bytes(good.begin(), good.begin() + static_cast<ptrdiff_t>(n)); };
-    Bytes misaligned = Fmt(wav::FORMAT_PCM, 2, 8000, 16), early;
+    Bytes misaligned = Fmt(wav::FORMAT_PCM, 2, 8000, 16), early, tailed;
     misaligned[12] = 3;
+    Chunk(&tailed, "fmt ", Fmt(wav::FORMAT_PCM, 2, 8000, 16));
+    Chunk(&tailed, "LIST", Bytes(3, 'x')); // odd: padded
+    Chunk(&tailed, "data", SampleData(64));
+    Chunk(&tailed, "junk", Bytes(6, 'j')); // after the samples
     Chunk(&early, "data", SampleData(4));
     Chunk(&early, "fmt ", Fmt(wav::FORMAT_PCM, 2, 8000, 16));
     const std::string pcm = " (only 8- and 16-bit PCM are supported)";
@@ -210,6 +228,7 @@ TEST(WavFile, InputsOnFilesAndPipes)
         // Opens, but the data ends inside a sample frame: that frame is dropped.
         {Wav(Fmt(PCM, 2, 8000, 16), SampleData(43), 0), HOSTFILE_OK, 40,
          "truncated final sample frame (got 3 of 4 bytes), dropped"},
+        {Riff(tailed), HOSTFILE_OK, 64, ""},
         // A data size of 0 or 0xFFFFFFFF: to the end of the stream.
         {Wav(Fmt(PCM, 2, 8000, 16), SampleData(4000), 0, 0xFFFFFFFFu), HOSTFILE_OK, 4000, ""},
         {Wav(Fmt(PCM, 2, 8000, 16), SampleData(4000), 0xFFFFFFFFu, 0xFFFFFFFFu), HOSTFILE_OK, 4000, ""},

@@ -6,6 +6,7 @@
 
 #include <DataProcess/Frame.h>
 
+#include "../Video/VideoTestSupport.h"
 #include "FileTestSupport.h"
 #include "SyntheticVideoSource.h"
 #include "Y4mFormat.h"
@@ -40,19 +41,6 @@ Bytes MakeY4m(const std::string& header, int w, int h, int frames, std::vector<s
         b.insert(b.end(), planes.begin(), planes.end());
     }
     return b;
-}
-
-// The picture of `frame` as the stream stores it, read through its pitches.
-Bytes Planes(const MEDIA_FRAME* frame)
-{
-    Bytes out;
-    const int w = frame->nWidth, h = frame->nHeight, cw = (w + 1) / 2, ch = (h + 1) / 2;
-    const struct { const unsigned char* p; int pitch, width, rows; } planes[] = {
-        {frame->pY, frame->nPitchY, w, h}, {frame->pU, frame->nPitchU, cw, ch}, {frame->pV, frame->nPitchV, cw, ch}};
-    for (const auto& pl : planes)
-        for (int y = 0; y < pl.rows; ++y)
-            out.insert(out.end(), pl.p + y * pl.pitch, pl.p + y * pl.pitch + pl.width);
-    return out;
 }
 
 // Walks the stream with Forward(1), checking each picture; returns the count.
@@ -100,6 +88,9 @@ TEST(Y4mFile, WriterAndReaderRoundTrip)
     const std::string head = "YUV4MPEG2 W33 H17 F30000:1001 It A68:99 C420jpeg\n";
     EXPECT_EQ(std::string(file.begin(), file.begin() + head.size()), head);
     EXPECT_EQ(file.size(), head.size() + 5 * (6 + FrameBytes(33, 17)));
+    int32_t num = 0, den = 0; // the rate the tool writes for --rate 29.97
+    y4m::RateToFraction(29.97, &num, &den);
+    EXPECT_EQ(std::make_pair(num, den), std::make_pair(30000, 1001));
 
     Y4mVideoSource src;
     int error = -1;
@@ -142,7 +133,7 @@ TEST(Y4mFile, BadInputsAreReportedWithTheirMessage)
     const std::string notY4m = "not a YUV4MPEG2 stream (it does not start with \"YUV4MPEG2 \")";
     const std::string rate = " (expected F<num>:<den>, both positive)", only420 = " (only 4:2:0 is supported)";
     const Bytes three = MakeY4m("W4 H2 F25:1", 4, 2, 3); // 22 header bytes, then 6 + 12 a frame
-    Bytes cutLine = MakeY4m("W4 H2 F25:1", 4, 2, 2), junk = cutLine;
+    Bytes cutLine = MakeY4m("W4 H2 F25:1", 4, 2, 2), junk = MakeY4m("W4 H2 F25:1", 4, 2, 2, {"FRAME Ixyz"});
     filetest::Append(&cutLine, "FRA");
     filetest::Append(&junk, "JUNK\n0123456789ab");
     const int OK = HOSTFILE_OK, BAD = HOSTFILE_BAD_FORMAT, UNSUPPORTED = HOSTFILE_UNSUPPORTED;
@@ -175,7 +166,7 @@ TEST(Y4mFile, BadInputsAreReportedWithTheirMessage)
         {std::string(three.begin(), three.begin() + 39), OK, 0, true, "truncated frame 0 (got 11 of 12 bytes)"},
         {std::string(cutLine.begin(), cutLine.end()), OK, 2, true,
          "truncated frame 2 (the stream ends inside its FRAME line at byte 61)"},
-        {std::string(junk.begin(), junk.end()), OK, 2, false, "frame 2 at byte 58: expected a FRAME line"},
+        {std::string(junk.begin(), junk.end()), OK, 2, false, "frame 2 at byte 63: expected a FRAME line"},
     };
     filetest::TempDir dir;
     for (const auto& c : cases) {

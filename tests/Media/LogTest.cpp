@@ -35,14 +35,15 @@ TEST(OrvLogSink, DeliversFormattedUtf8LinesAndCanBeSilenced)
     OrvLogSetSink(Capture, &c);
     OrvLogEx(L"AudioEvenProcess:: Fill Blank Audio Data [%.02f sec/%I64d bytes] before %.02f sec.", 1.0,
              static_cast<long long>(176400), 2.5);
-    OrvLogEx(L"caf\u00e9 %ls", L"\u20ac");
+    const wchar_t surrogate[] = {0xD800, 0};
+    OrvLogEx(L"caf\u00e9 %ls%ls", L"\u20ac", surrogate);
     OrvLogSetSilent(1);
     OrvLogEx(L"not shown");
     OrvLogSetSilent(0);
     OrvLogSetSink(nullptr, nullptr);
     ASSERT_EQ(c.lines.size(), 2u);
     EXPECT_EQ(c.lines[0], "AudioEvenProcess:: Fill Blank Audio Data [1.00 sec/176400 bytes] before 2.50 sec.");
-    EXPECT_EQ(c.lines[1], "caf\xC3\xA9 \xE2\x82\xAC");
+    EXPECT_EQ(c.lines[1], "caf\xC3\xA9 \xE2\x82\xAC\xEF\xBF\xBD"); // no surrogate in UTF-8
 }
 
 } // namespace

@@ -13,9 +13,10 @@ TEST(ConvertUTF32toUTF8, EncodesEachLengthClassAtItsBoundaries)
 {
     const UTF32 in[] = {0x41, 0x7F, 0x80, 0x7FF, 0x800, 0xFFFF, 0x10000, 0x10FFFF};
     unsigned char out[32] = {};
-    ASSERT_EQ(ConvertUTF32toUTF8(in, in + 8, out, out + sizeof(out), strictConversion), conversionOK);
     const unsigned char expect[] = {0x41, 0x7F, 0xC2, 0x80, 0xDF, 0xBF, 0xE0, 0xA0, 0x80, 0xEF,
                                     0xBF, 0xBF, 0xF0, 0x90, 0x80, 0x80, 0xF4, 0x8F, 0xBF, 0xBF};
+    EXPECT_EQ(ConvertUTF32toUTF8(in, in + 8, out, out + sizeof(expect), strictConversion), conversionOK) << "exact fit";
+    ASSERT_EQ(ConvertUTF32toUTF8(in, in + 8, out, out + sizeof(out), strictConversion), conversionOK);
     EXPECT_EQ(Bytes(out, sizeof(expect)), Bytes(expect, sizeof(expect)));
     EXPECT_EQ(out[sizeof(expect)], 0);
 }

@@ -119,7 +119,7 @@ void MakeClip(const std::string& path, const ClipShape& c)
         std::string y(size_t(c.width) * c.height, char(FrameLuma(i)));
         if (c.markX >= 0 && c.markY >= 0)
             y[size_t(c.markY) * c.width + c.markX] = char(kMarkLuma);
-        s += "FRAME\n" + y + std::string(chroma, char(128));
+        s += "FRAME\n" + y + std::string(chroma, char(c.chroma));
     }
     WriteFile(path, Bytes(s.begin(), s.end()));
 }

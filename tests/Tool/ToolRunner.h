@@ -42,10 +42,12 @@ bool IsOneLine(const std::string& text);
 std::vector<std::string> List(const std::string& dir);
 
 // A C420jpeg y4m clip of `frames` pictures: picture i has luma FrameLuma(i)
-// everywhere but the marked pixel (kMarkLuma), and neutral chroma.
+// everywhere but the marked pixel (kMarkLuma), and chroma `chroma` (neutral
+// by default).
 struct ClipShape {
     int width = 16, height = 8, frames = 10, rateNum = 25, rateDen = 1;
     int markX = -1, markY = -1; // no mark when negative
+    int chroma = 128;
 };
 inline int FrameLuma(int i) { return 40 + 4 * (i % 40); }
 constexpr int kMarkLuma = 235;

@@ -16,6 +16,20 @@ inline unsigned char Y(const MEDIA_FRAME* f, int x, int y) { return f->pY[ptrdif
 inline unsigned char U(const MEDIA_FRAME* f, int x, int y) { return f->pU[ptrdiff_t(y) * f->nPitchU + x]; }
 inline unsigned char V(const MEDIA_FRAME* f, int x, int y) { return f->pV[ptrdiff_t(y) * f->nPitchV + x]; }
 
+// The picture as a y4m file stores it: the Y, U and V planes without their
+// pitch padding.
+inline std::vector<unsigned char> Planes(const MEDIA_FRAME* frame)
+{
+    std::vector<unsigned char> out;
+    const int w = frame->nWidth, h = frame->nHeight, cw = (w + 1) / 2, ch = (h + 1) / 2;
+    const struct { const unsigned char* p; int pitch, width, rows; } planes[] = {
+        {frame->pY, frame->nPitchY, w, h}, {frame->pU, frame->nPitchU, cw, ch}, {frame->pV, frame->nPitchV, cw, ch}};
+    for (const auto& pl : planes)
+        for (int y = 0; y < pl.rows; ++y)
+            out.insert(out.end(), pl.p + ptrdiff_t(y) * pl.pitch, pl.p + ptrdiff_t(y) * pl.pitch + pl.width);
+    return out;
+}
+
 // One picture of any size and pitch, by default a ramp in which every pixel
 // differs from its neighbours. Forward moves the time stamps only.
 class PlaneSource : public VideoDecoder {
