@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps configure build test test-levels test-arm64 demo asan tsan fuzz bench clean
+.PHONY: all deps configure build test test-levels test-arm64 demo asan tsan fuzz bench bench-batch clean
 
 all: build
 
@@ -86,6 +86,10 @@ bench:
 	@build-bench/benchmarks/PeerBenchmark $(BENCH_ARGS)
 	@if [ "$(JOB_ARGS)" != skip ]; then /usr/bin/python3 benchmarks/jobs.py build-bench/Tools/dataprocess/dataprocess $(JOB_ARGS); fi
 	@PYTHONPATH=build-bench/python /usr/bin/python3 benchmarks/python/pyav_bench.py --dir build-bench
+
+# The batch layer: Dask workers against one process (8 files, one long file in segments).
+bench-batch: build
+	@DP_TOOL=$(BUILD_DIR)/Tools/dataprocess/dataprocess PYTHONPATH=$(BUILD_DIR)/python /usr/bin/python3 benchmarks/batch_bench.py $(BENCH_ARGS)
 
 clean:
 	@rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz build-bench build-arm64

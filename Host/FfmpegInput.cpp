@@ -168,7 +168,7 @@ bool FfmpegInput::OpenStream(Kind kind, int index)
     if (err < 0)
         return Fail("cannot set up the decoder", err);
     m_codec->pkt_timebase = m_stream->time_base;
-    m_codec->thread_count = 0; // as many as the machine has
+    m_codec->thread_count = FfmpegThreadCount();
     m_codec->err_recognition |= AV_EF_CRCCHECK | AV_EF_EXPLODE;
     err = avcodec_open2(m_codec, decoder, nullptr);
     if (err < 0)
@@ -289,4 +289,11 @@ int64_t FfmpegInput::DurationUnits() const
     if (m_stream && m_stream->duration > 0)
         return av_rescale_q(m_stream->duration, m_stream->time_base, kUnits);
     return 0;
+}
+
+int FfmpegThreadCount()
+{
+    const char* text = std::getenv("DP_THREADS");
+    const long n = text ? std::strtol(text, nullptr, 10) : 0;
+    return n >= 1 && n <= 256 ? static_cast<int>(n) : 0;
 }

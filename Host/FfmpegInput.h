@@ -31,6 +31,11 @@ struct AVPacket;
 struct AVFrame;
 struct AVIOContext;
 
+// Threads for FFmpeg's decoders and encoders: DP_THREADS from the
+// environment (1 to 256), else 0 (as many as the machine has). A worker that
+// runs one conversion per core sets 1.
+int FfmpegThreadCount();
+
 class FfmpegInput {
 public:
     enum Kind { VIDEO, AUDIO };

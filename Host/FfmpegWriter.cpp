@@ -261,7 +261,7 @@ bool FfmpegWriter::OpenVideo()
     c->pix_fmt = AV_PIX_FMT_YUV420P;
     c->time_base = kVideoTimeBase;
     c->framerate = AVRational{m_format.rateNum, m_format.rateDen};
-    c->thread_count = 0;
+    c->thread_count = FfmpegThreadCount();
     if (m_format.aspectX > 0 && m_format.aspectY > 0) {
         // Pixel aspect that shows width x height at aspectX:aspectY.
         av_reduce(&c->sample_aspect_ratio.num, &c->sample_aspect_ratio.den,

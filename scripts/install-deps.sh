@@ -19,6 +19,8 @@ set -euo pipefail
 packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libcli11-dev libjpeg62-turbo-dev libturbojpeg0-dev
           python3-dev python3-numpy python3-pytest python3-setuptools pybind11-dev
           libhwy-dev libsoxr-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
+# The batch layer (python3 -m dataprocess.batch): Dask, and the ffmpeg program that joins segments.
+packages+=(python3-dask python3-distributed ffmpeg)
 for group in "$@"; do
   case "$group" in
     bench) packages+=(libbenchmark-dev libyuv-dev libswscale-dev libswresample-dev libturbojpeg0-dev sox ffmpeg python3-av) ;;

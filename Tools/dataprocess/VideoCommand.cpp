@@ -8,6 +8,7 @@
 #include "AsyncSink.h"
 #include "Commands.h"
 #include "CountingVideoSource.h"
+#include "FrameRange.h"
 #include "InclusiveStopSource.h"
 #include "MediaInputs.h"
 #include "MediaOutputs.h"
@@ -26,12 +27,15 @@ struct VideoCommandArgs {
     std::string input, output;
     VideoArgs video;
     EncodeArgs encode;
+    FrameRange range;
     bool quiet = false;
     int threads = 0;
 };
 
 int RunVideoCommand(const VideoCommandArgs& a)
 {
+    if (a.range.end >= 0.0 && a.range.end <= a.range.start)
+        throw UsageError("--end: must come after --start");
     VideoSettings s = MakeVideoSettings(a.video);
     std::vector<NamedPath> inputs{{"input", a.input}}, outputs{{"-o", a.output}};
     AddVideoOptionFiles(a.video, s, &inputs, &outputs);
@@ -68,7 +72,25 @@ int RunVideoCommand(const VideoCommandArgs& a)
         sink = std::make_unique<AsyncSink>(std::move(sink));
 
     Progress progress(a.quiet, "frames");
-    VideoRunStats st = RunVideo(stage.get(), counter, *sink, s.captures, progress, vi->nFrameCount);
+    VideoRunStats st;
+    if (a.range.Active()) {
+        const long long first = FirstGridFrameAt(a.range.start, fmt.rate);
+        const long long count =
+            a.range.end >= 0.0 ? FirstGridFrameAt(a.range.end, fmt.rate) - first : vi->nFrameCount - first;
+        char rate[32], at[32];
+        std::snprintf(rate, sizeof(rate), "%g", fmt.rate);
+        std::snprintf(at, sizeof(at), "%g", a.range.start);
+        if (a.range.end >= 0.0 && count <= 0)
+            throw UsageError(std::string("--start/--end: no frame of the ") + rate + " fps output lies in the range");
+        if (!EnterFrameRange(stage.get(), first))
+            throw ProcessingError(a.input + ": no frames in the range (the video ends before " + at + " s)");
+        VideoLoop loop(stage.get(), counter, *sink, s.captures);
+        while ((a.range.end < 0.0 || loop.FramesOut() < count) && loop.Step())
+            progress.Update(loop.FramesOut(), count > 0 ? count : 0);
+        st = loop.Finish(progress.ElapsedSeconds());
+    } else {
+        st = RunVideo(stage.get(), counter, *sink, s.captures, progress, vi->nFrameCount);
+    }
     progress.Finish();
     source.Finish();
     if (!sink->Commit())
@@ -96,6 +118,8 @@ void AddVideoCommand(CLI::App& app, Runner& run)
         ->required();
     AddVideoOptions(cmd, &args->video);
     AddEncodeOptions(cmd->add_option_group("Encoding", "for container outputs (.mp4, .mkv, ...)"), &args->encode, true, false);
+    AddFrameRangeOptions(cmd->add_option_group("Range", "a piece of the output, e.g. one of several workers' share"),
+                         &args->range);
     cmd->add_flag("-q,--quiet", args->quiet, "No progress or summary on standard error");
     AddThreadsOption(cmd, &args->threads);
     cmd->footer("Examples:\n"
@@ -105,6 +129,7 @@ void AddVideoCommand(CLI::App& app, Runner& run)
                 "  dataprocess video in.y4m -o out.y4m --brightness 10 --saturation -20 --filter old-photo\n"
                 "  dataprocess video in.y4m -o out.y4m --watermark logo.bmp --watermark-align 3 --watermark-opacity 60\n"
                 "  dataprocess video in.y4m -o out.y4m --capture 2.5:shot.jpg --capture 5:shot.bmp\n"
+                "  dataprocess video in.mp4 -o part2.mkv --codec ffv1 --rate 30 --start 10 --end 20\n"
                 "  ffmpeg -i in.mp4 -f yuv4mpegpipe - | dataprocess video - -o - --size 640x360 | ffmpeg -i - out.mp4");
     cmd->callback([args, &run] { run = [args] { return RunVideoCommand(*args); }; });
 }
